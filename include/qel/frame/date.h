@@ -1,0 +1,31 @@
+// Calendar arithmetic on qel::Date (days since 30 December 1899, proleptic Gregorian).
+#ifndef QEL_FRAME_DATE_H_
+#define QEL_FRAME_DATE_H_
+
+#include <optional>
+
+#include "qel/frame/variant.h"
+
+namespace qel {
+
+// The range the platform represents: 1 January 100 .. 31 December 9999 23:59:59.
+inline constexpr double kMinDateSerial = -657434.0;
+inline constexpr double kMaxDateSerial = 2958465.99999999;
+
+struct DateParts {
+  int year = 1899, month = 12, day = 30;
+  int hour = 0, minute = 0, second = 0;
+};
+
+bool IsValidDateSerial(double serial);
+// The date of those parts, or nullopt when they are not a real day and time in range.
+std::optional<Date> MakeDate(const DateParts& parts);
+// The parts of a date, time rounded to the nearest second.
+// REQUIRES: IsValidDateSerial(d.serial).
+DateParts SplitDate(Date d);
+// The current local date and time.
+Date Now();
+
+}  // namespace qel
+
+#endif  // QEL_FRAME_DATE_H_

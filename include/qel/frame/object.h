@@ -1,0 +1,112 @@
+// qel::Object: what every public class shares.
+//
+// Objects are created by std::make_shared (directly or through CreateObject) and shared by
+// reference; Self hands out another reference to the same object. An object belongs to the
+// thread that made it and takes no locks.
+//
+// Events: a class declares typed qel::Event<...> members; handlers run synchronously on the
+// raising thread in the order they connected; an exception thrown by a handler propagates to
+// whoever raised the event unless the class says otherwise. Late-bound clients (Python) reach
+// the same events by name through ConnectEvent.
+#ifndef QEL_FRAME_OBJECT_H_
+#define QEL_FRAME_OBJECT_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "qel/frame/text.h"
+#include "qel/frame/variant.h"
+
+namespace qel {
+
+// A list of handlers for one event with arguments Args.
+template <class... A>
+class Event {
+ public:
+  using Handler = std::function<void(A...)>;
+
+  // Returns a handle for Disconnect; never 0.
+  uint64_t Connect(Handler h) {
+    handlers_.emplace_back(++last_id_, std::move(h));
+    return last_id_;
+  }
+  bool Disconnect(uint64_t handle) {
+    for (auto it = handlers_.begin(); it != handlers_.end(); ++it) {
+      if (it->first == handle) {
+        handlers_.erase(it);
+        return true;
+      }
+    }
+    return false;
+  }
+  bool empty() const { return handlers_.empty(); }
+  // Calls every handler connected when the raise starts; one disconnected meanwhile is
+  // skipped.
+  template <class... U>
+  void Raise(U&&... args) {
+    if (handlers_.empty()) return;
+    std::vector<uint64_t> ids;
+    ids.reserve(handlers_.size());
+    for (auto& h : handlers_) ids.push_back(h.first);
+    for (uint64_t id : ids) {
+      for (auto& h : handlers_) {
+        if (h.first == id) {
+          Handler copy = h.second;  // survives a disconnect inside the handler
+          copy(args...);
+          break;
+        }
+      }
+    }
+  }
+
+ private:
+  std::vector<std::pair<uint64_t, Handler>> handlers_;
+  uint64_t last_id_ = 0;
+};
+
+class Object : public std::enable_shared_from_this<Object> {
+ public:
+  virtual ~Object() = default;
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+  // The public class name, e.g. u"QelRecord".
+  virtual TextView ClassName() const = 0;
+
+  // Another reference to this object. Raises 91 when the object is not shared (made on the
+  // stack rather than by make_shared).
+  ObjectPtr Self();
+
+  // The default member's value, for conversions and templates; nullopt when the class has
+  // none.
+  virtual std::optional<Variant> DefaultValue() { return std::nullopt; }
+
+  // Object-safety interface: accept anything, change nothing, succeed (return 0).
+  int32_t GetInterfaceSafetyOptions(std::span<const Variant> = {}) const { return 0; }
+  int32_t SetInterfaceSafetyOptions(std::span<const Variant> = {}) const { return 0; }
+
+  // Events by name for late-bound clients. Handlers get the event's arguments as Variants and
+  // may change those the event passes by reference. Raises 438 for a name the class does not
+  // raise. Disconnect answers whether the handle was connected.
+  using GenericHandler = std::function<void(std::span<Variant>)>;
+  virtual uint64_t ConnectEvent(TextView name, GenericHandler handler);
+  virtual bool DisconnectEvent(uint64_t handle);
+
+ protected:
+  Object() = default;
+};
+
+// Creates an object of a creatable class by its name (case-insensitive). Raises 429 for a name
+// no subsystem registered.
+ObjectPtr CreateObject(TextView class_name);
+// The creatable class names, in registration order.
+std::vector<Text> CreatableClasses();
+
+}  // namespace qel
+
+#endif  // QEL_FRAME_OBJECT_H_

@@ -1,0 +1,17 @@
+// Umbrella header: everything a client of qelstd uses.
+#ifndef QEL_QELSTD_H_
+#define QEL_QELSTD_H_
+
+#include "qel/frame/convert.h"
+#include "qel/frame/date.h"
+#include "qel/frame/decimal.h"
+#include "qel/frame/error.h"
+#include "qel/frame/locale.h"
+#include "qel/frame/log.h"
+#include "qel/frame/object.h"
+#include "qel/frame/template.h"
+#include "qel/frame/text.h"
+#include "qel/frame/variant.h"
+#include "qel/util/qel_locale.h"
+
+#endif  // QEL_QELSTD_H_

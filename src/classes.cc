@@ -1,0 +1,41 @@
+// The creatable classes by name. Each subsystem adds its classes to kClasses.
+#include <memory>
+
+#include "qel/frame/error.h"
+#include "qel/frame/object.h"
+#include "qel/util/qel_locale.h"
+
+namespace qel {
+namespace {
+
+struct ClassEntry {
+  const char16_t* name;
+  ObjectPtr (*make)();
+};
+
+template <class T>
+ObjectPtr Make() {
+  return std::make_shared<T>();
+}
+
+constexpr ClassEntry kClasses[] = {
+    {u"QelLocale", &Make<QelLocale>},
+};
+
+}  // namespace
+
+ObjectPtr CreateObject(TextView class_name) {
+  const TextView name = Trim(class_name);
+  for (const auto& c : kClasses) {
+    if (EqualsNoCase(name, c.name)) return c.make();
+  }
+  RaiseRuntime(kErrCannotCreate);
+}
+
+std::vector<Text> CreatableClasses() {
+  std::vector<Text> names;
+  for (const auto& c : kClasses) names.emplace_back(c.name);
+  return names;
+}
+
+}  // namespace qel

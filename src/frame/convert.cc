@@ -1,0 +1,644 @@
+// The standard conversions. Each target has one function that switches on the source type;
+// text goes through number_scan (numbers) or ParseDate (dates) with the thread's locale.
+// Integer targets round half to even (nearbyint in the default rounding mode for binary
+// sources, Decimal::ToInt64 for exact ones).
+#include "qel/frame/convert.h"
+
+#include <cfenv>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "number_scan.h"
+#include "qel/frame/date.h"
+#include "qel/frame/error.h"
+#include "qel/frame/object.h"
+
+namespace qel {
+
+using internal::ScannedNumber;
+using internal::ScanNumber;
+
+namespace {
+
+[[noreturn]] void Mismatch() { RaiseRuntime(kErrTypeMismatch); }
+[[noreturn]] void Overflow() { RaiseRuntime(kErrOverflow); }
+
+constexpr double kCurrencyMax = 922337203685477.5807;
+
+ScannedNumber ScanOrMismatch(const Text& s) {
+  const LocaleInfo& loc = ThreadLocale();
+  ScannedNumber n;
+  if (!ScanNumber(s, loc.decimal, loc.thousand, &n)) Mismatch();
+  return n;
+}
+
+double TextToDouble(const Text& s) {
+  const ScannedNumber n = ScanOrMismatch(s);
+  double d;
+  if (!internal::ScannedToDouble(n, &d)) Overflow();
+  return d;
+}
+
+// Exact value of a text; radix literals become their signed 32-bit value.
+Decimal TextToDecimal(const Text& s) {
+  const ScannedNumber n = ScanOrMismatch(s);
+  if (n.radix) return Decimal::FromInt64(static_cast<int32_t>(n.radix_value));
+  auto d = Decimal::FromDigits(n.Digits(), n.exponent, n.negative);
+  if (!d) Overflow();
+  return *d;
+}
+
+// A double or float rounded to `digits` significant digits, exactly.
+Decimal DecimalOfBinary(double v, int digits) {
+  if (!std::isfinite(v)) Overflow();
+  if (v == 0) return Decimal();
+  char buf[64];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, digits - 1);
+  // buf: [-]d.ddde[+-]xx
+  std::string_view s(buf, static_cast<size_t>(r.ptr - buf));
+  bool negative = false;
+  if (s.front() == '-') {
+    negative = true;
+    s.remove_prefix(1);
+  }
+  const size_t e = s.find('e');
+  char digs[40];
+  size_t nd = 0;
+  for (size_t i = 0; i < e; ++i) {
+    if (s[i] != '.') digs[nd++] = s[i];
+  }
+  int exp10 = 0;
+  std::from_chars(s.data() + e + (s[e + 1] == '+' ? 2 : 1), s.data() + s.size(), exp10);
+  auto d = Decimal::FromDigits({digs, nd}, exp10 - static_cast<int>(nd) + 1, negative);
+  if (!d) Overflow();
+  return d->Normalized();
+}
+
+Decimal CurrencyToDecimal(Currency c) {
+  const bool neg = c.scaled < 0;
+  const uint64_t mag = neg ? 0 - static_cast<uint64_t>(c.scaled) : static_cast<uint64_t>(c.scaled);
+  return Decimal::FromParts(mag, 4, neg);
+}
+
+int64_t RoundedInteger(double v) {
+  if (std::isnan(v) || v >= 9.2233720368547758e18 || v < -9.2233720368547758e18) Overflow();
+  return static_cast<int64_t>(std::nearbyint(v));
+}
+
+// Any non-text value as an exact-enough integer, rounded half to even.
+int64_t ToInt64(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kEmpty:
+      return 0;
+    case VarType::kNull:
+      RaiseRuntime(kErrInvalidNull);
+    case VarType::kInteger:
+      return v.Get<int16_t>();
+    case VarType::kLong:
+      return v.Get<int32_t>();
+    case VarType::kByte:
+      return v.Get<uint8_t>();
+    case VarType::kBoolean:
+      return v.Get<bool>() ? -1 : 0;
+    case VarType::kSingle:
+      return RoundedInteger(v.Get<float>());
+    case VarType::kDouble:
+      return RoundedInteger(v.Get<double>());
+    case VarType::kDate:
+      return RoundedInteger(v.Get<Date>().serial);
+    case VarType::kCurrency: {
+      auto r = CurrencyToDecimal(v.Get<Currency>()).ToInt64();
+      return *r;  // a currency always fits
+    }
+    case VarType::kDecimal: {
+      auto r = v.Get<Decimal>().ToInt64();
+      if (!r) Overflow();
+      return *r;
+    }
+    case VarType::kString: {
+      const ScannedNumber n = ScanOrMismatch(v.Get<Text>());
+      if (n.radix) {
+        // Up to four hex (or six octal) digits make a 16-bit literal, as the platform reads them.
+        const bool short_literal = n.radix_value <= 0xFFFF && n.radix_digits <= 4;
+        return short_literal ? static_cast<int16_t>(n.radix_value)
+                             : static_cast<int32_t>(n.radix_value);
+      }
+      auto d = Decimal::FromDigits(n.Digits(), n.exponent, n.negative);
+      if (!d) Overflow();
+      auto r = d->ToInt64();
+      if (!r) Overflow();
+      return *r;
+    }
+    case VarType::kObject:
+      return ToInt64(Unwrap(v));
+    default:
+      Mismatch();
+  }
+}
+
+template <class I>
+I NarrowInteger(const Variant& v) {
+  const int64_t x = ToInt64(v);
+  if (x < std::numeric_limits<I>::min() || x > std::numeric_limits<I>::max()) Overflow();
+  return static_cast<I>(x);
+}
+
+bool IsBooleanWord(const Text& s, bool* value) {
+  const TextView t = Trim(s);
+  if (EqualsNoCase(t, u"True") || EqualsNoCase(t, u"Verdadero")) {
+    *value = true;
+    return true;
+  }
+  if (EqualsNoCase(t, u"False") || EqualsNoCase(t, u"Falso")) {
+    *value = false;
+    return true;
+  }
+  return false;
+}
+
+// Digits of a binary floating-point value with `precision` significant digits, laid out as the
+// platform prints them: plain for decimal exponents -4 <= e < precision, else d.dddE+xx.
+Text BinaryToText(double v, int precision, char16_t decimal) {
+  if (v == 0 || !std::isfinite(v)) return u"0";
+  char buf[64];
+  const auto r =
+      std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, precision - 1);
+  std::string_view s(buf, static_cast<size_t>(r.ptr - buf));
+  Text out;
+  if (s.front() == '-') {
+    out.push_back(u'-');
+    s.remove_prefix(1);
+  }
+  const size_t e = s.find('e');
+  std::string digits;
+  for (size_t i = 0; i < e; ++i) {
+    if (s[i] != '.') digits.push_back(s[i]);
+  }
+  while (digits.size() > 1 && digits.back() == '0') digits.pop_back();
+  int exp10 = 0;
+  std::from_chars(s.data() + e + (s[e + 1] == '+' ? 2 : 1), s.data() + s.size(), exp10);
+  const int nd = static_cast<int>(digits.size());
+  if (exp10 < -4 || exp10 >= precision) {
+    out.push_back(static_cast<char16_t>(digits[0]));
+    if (nd > 1) {
+      out.push_back(decimal);
+      for (int i = 1; i < nd; ++i) out.push_back(static_cast<char16_t>(digits[i]));
+    }
+    char ebuf[16];
+    std::snprintf(ebuf, sizeof ebuf, "E%c%02d", exp10 < 0 ? '-' : '+', exp10 < 0 ? -exp10 : exp10);
+    out += FromUtf8(ebuf);
+  } else if (exp10 < 0) {
+    out += u"0";
+    out.push_back(decimal);
+    out.append(static_cast<size_t>(-exp10 - 1), u'0');
+    for (char c : digits) out.push_back(static_cast<char16_t>(c));
+  } else {
+    for (int i = 0; i <= exp10; ++i) out.push_back(i < nd ? static_cast<char16_t>(digits[i]) : u'0');
+    if (nd > exp10 + 1) {
+      out.push_back(decimal);
+      for (int i = exp10 + 1; i < nd; ++i) out.push_back(static_cast<char16_t>(digits[i]));
+    }
+  }
+  return out;
+}
+
+Text IntegerText(int64_t v) {
+  char buf[24];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v);
+  return Text(buf, r.ptr);
+}
+
+void AppendPadded(Text* out, int value, int width) {
+  char buf[16];
+  std::snprintf(buf, sizeof buf, "%0*d", width, value);
+  for (const char* p = buf; *p; ++p) out->push_back(static_cast<char16_t>(*p));
+}
+
+// ---- Date text -------------------------------------------------------------------------
+
+struct DateToken {
+  enum Kind { kNumber, kDateSep, kTimeSep, kWord };
+  explicit DateToken(Kind k) : kind(k) {}
+  Kind kind;
+  int value = 0;   // number
+  int digits = 0;  // number of digits written
+  Text word;
+};
+
+bool IsLetter(char16_t c) {
+  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= 0xC0 && c <= 0x24F);
+}
+
+bool TokenizeDate(TextView t, const LocaleInfo& loc, std::vector<DateToken>* out) {
+  size_t i = 0;
+  while (i < t.size()) {
+    const char16_t c = t[i];
+    if (c == u' ' || c == u'\t') {
+      ++i;
+    } else if (c >= u'0' && c <= u'9') {
+      DateToken tok(DateToken::kNumber);
+      while (i < t.size() && t[i] >= u'0' && t[i] <= u'9') {
+        if (++tok.digits > 9) return false;
+        tok.value = tok.value * 10 + (t[i++] - u'0');
+      }
+      out->push_back(tok);
+    } else if (c == u'-' || c == u'/' || c == u'.' || c == loc.date_sep) {
+      out->emplace_back(DateToken::kDateSep);
+      ++i;
+    } else if (c == u':') {
+      out->emplace_back(DateToken::kTimeSep);
+      ++i;
+    } else if (IsLetter(c)) {
+      DateToken tok(DateToken::kWord);
+      while (i < t.size() && (IsLetter(t[i]) || t[i] == u'.')) tok.word.push_back(t[i++]);
+      out->push_back(std::move(tok));
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+int FullYear(const DateToken& t) {
+  if (t.digits <= 2) return t.value < 30 ? 2000 + t.value : 1900 + t.value;
+  return t.value;
+}
+
+// Day and month from two numbers in the locale's order; the other order when that one is no
+// date (the platform accepts "15/03/2006" under a month-first locale).
+std::optional<DateParts> DayMonth(int first, int second, int year, bool day_first) {
+  DateParts p;
+  p.year = year;
+  for (int attempt = 0; attempt < 2; ++attempt, day_first = !day_first) {
+    p.day = day_first ? first : second;
+    p.month = day_first ? second : first;
+    if (MakeDate(p)) return p;
+  }
+  return std::nullopt;
+}
+
+std::optional<Date> AssembleDate(const std::vector<DateToken>& tok, size_t begin, size_t end,
+                                 const LocaleInfo& loc, bool* has_date, DateParts* parts) {
+  // The date part: N sep N [sep N].
+  std::vector<const DateToken*> nums;
+  for (size_t i = begin; i < end; ++i) {
+    const bool want_number = (i - begin) % 2 == 0;
+    if (want_number != (tok[i].kind == DateToken::kNumber)) return std::nullopt;
+    if (!want_number && tok[i].kind != DateToken::kDateSep) return std::nullopt;
+    if (want_number) nums.push_back(&tok[i]);
+  }
+  if ((end - begin) % 2 == 0 && end > begin) return std::nullopt;  // ends with a separator
+  *has_date = !nums.empty();
+  if (nums.empty()) return Date{};
+  const bool day_first = loc.date_order == DateOrder::kDayMonthYear;
+  std::optional<DateParts> p;
+  if (nums.size() == 3) {
+    if (nums[0]->digits >= 3 || loc.date_order == DateOrder::kYearMonthDay) {
+      DateParts q;
+      q.year = FullYear(*nums[0]);
+      q.month = nums[1]->value;
+      q.day = nums[2]->value;
+      if (MakeDate(q)) p = q;
+    } else {
+      p = DayMonth(nums[0]->value, nums[1]->value, FullYear(*nums[2]), day_first);
+    }
+  } else if (nums.size() == 2) {
+    if (nums[0]->digits >= 3) {  // year and month
+      DateParts q;
+      q.year = nums[0]->value, q.month = nums[1]->value, q.day = 1;
+      if (MakeDate(q)) p = q;
+    } else if (nums[1]->digits >= 3 || nums[1]->value > 31) {  // month and year
+      DateParts q;
+      q.year = FullYear(*nums[1]), q.month = nums[0]->value, q.day = 1;
+      if (MakeDate(q)) p = q;
+    } else {
+      p = DayMonth(nums[0]->value, nums[1]->value, SplitDate(Now()).year, day_first);
+    }
+  }
+  if (!p) return std::nullopt;
+  *parts = *p;
+  return MakeDate(*p);
+}
+
+Text ToTextImpl(const Variant& v, const LocaleInfo& loc);
+
+}  // namespace
+
+// ---- Public conversions -------------------------------------------------------------------
+
+Variant Unwrap(const Variant& v) {
+  if (!v.IsObject()) return v;
+  ObjectPtr obj = v.AsObject();
+  if (!obj) RaiseRuntime(kErrObjectNotSet);
+  auto value = obj->DefaultValue();
+  if (!value) RaiseRuntime(kErrNoSuchMember);
+  return *value;
+}
+
+std::optional<Date> ParseDate(TextView text, const LocaleInfo& loc) {
+  std::vector<DateToken> tok;
+  if (!TokenizeDate(text, loc, &tok) || tok.empty()) return std::nullopt;
+  // The time part starts at the number before the first ":" (or before an AM/PM word).
+  size_t time_begin = tok.size();
+  for (size_t i = 0; i < tok.size(); ++i) {
+    if ((tok[i].kind == DateToken::kTimeSep || tok[i].kind == DateToken::kWord) && i > 0 &&
+        tok[i - 1].kind == DateToken::kNumber) {
+      time_begin = i - 1;
+      break;
+    }
+  }
+  bool has_date = false;
+  DateParts parts;
+  auto date = AssembleDate(tok, 0, time_begin, loc, &has_date, &parts);
+  if (!date) return std::nullopt;
+  if (time_begin == tok.size()) {
+    return has_date ? date : std::nullopt;
+  }
+  // Time: N [: N [: N]] [AM|PM]
+  int fields[3] = {0, 0, 0};
+  int nf = 0;
+  size_t i = time_begin;
+  while (i < tok.size() && tok[i].kind == DateToken::kNumber && nf < 3) {
+    fields[nf++] = tok[i++].value;
+    if (i < tok.size() && tok[i].kind == DateToken::kTimeSep) {
+      ++i;
+      if (i >= tok.size() || tok[i].kind != DateToken::kNumber) return std::nullopt;
+    } else {
+      break;
+    }
+  }
+  if (i < tok.size() && tok[i].kind == DateToken::kWord) {
+    const bool am = EqualsNoCase(tok[i].word, loc.am) || EqualsNoCase(tok[i].word, u"AM") ||
+                    EqualsNoCase(tok[i].word, u"a.m.");
+    const bool pm = EqualsNoCase(tok[i].word, loc.pm) || EqualsNoCase(tok[i].word, u"PM") ||
+                    EqualsNoCase(tok[i].word, u"p.m.");
+    if ((!am && !pm) || fields[0] > 12 || fields[0] < 1) return std::nullopt;
+    if (fields[0] == 12) fields[0] = 0;
+    if (pm) fields[0] += 12;
+    ++i;
+  } else if (nf < 2) {
+    return std::nullopt;  // a lone number is no time
+  }
+  if (i != tok.size()) return std::nullopt;
+  if (fields[0] > 23 || fields[1] > 59 || fields[2] > 59) return std::nullopt;
+  const double time = (fields[0] * 3600 + fields[1] * 60 + fields[2]) / 86400.0;
+  if (!has_date) return Date{time};
+  return Date{date->serial >= 0 ? date->serial + time : date->serial - time};
+}
+
+std::optional<Decimal> ParseDecimal(TextView text, const LocaleInfo& loc) {
+  ScannedNumber n;
+  if (!ScanNumber(text, loc.decimal, loc.thousand, &n)) return std::nullopt;
+  if (n.radix) return Decimal::FromInt64(static_cast<int32_t>(n.radix_value));
+  return Decimal::FromDigits(n.Digits(), n.exponent, n.negative);
+}
+
+Text DateToText(Date d, const LocaleInfo& loc) {
+  const DateParts p = SplitDate(d);
+  const bool has_time = p.hour != 0 || p.minute != 0 || p.second != 0;
+  const bool has_date = std::trunc(d.serial) != 0 || !has_time;
+  Text out;
+  if (has_date) {
+    const int values[3][2] = {{p.day, 2}, {p.month, 2}, {p.year, 4}};
+    int order[3];
+    switch (loc.date_order) {
+      case DateOrder::kDayMonthYear:
+        order[0] = 0, order[1] = 1, order[2] = 2;
+        break;
+      case DateOrder::kMonthDayYear:
+        order[0] = 1, order[1] = 0, order[2] = 2;
+        break;
+      case DateOrder::kYearMonthDay:
+        order[0] = 2, order[1] = 1, order[2] = 0;
+        break;
+    }
+    for (int k = 0; k < 3; ++k) {
+      if (k > 0) out.push_back(loc.date_sep);
+      AppendPadded(&out, values[order[k]][0], values[order[k]][1]);
+    }
+  }
+  if (has_time) {
+    if (has_date) out.push_back(u' ');
+    int hour = p.hour;
+    if (loc.time_12h) hour = hour % 12 == 0 ? 12 : hour % 12;
+    AppendPadded(&out, hour, 2);
+    out.push_back(u':');
+    AppendPadded(&out, p.minute, 2);
+    out.push_back(u':');
+    AppendPadded(&out, p.second, 2);
+    if (loc.time_12h) {
+      out.push_back(u' ');
+      out += p.hour < 12 ? loc.am : loc.pm;
+    }
+  }
+  return out;
+}
+
+Text NumberToText(const Variant& v, const LocaleInfo& loc) { return ToTextImpl(v, loc); }
+
+namespace {
+
+Text ToTextImpl(const Variant& v, const LocaleInfo& loc) {
+  switch (v.type()) {
+    case VarType::kEmpty:
+      return Text();
+    case VarType::kNull:
+      RaiseRuntime(kErrInvalidNull);
+    case VarType::kInteger:
+      return IntegerText(v.Get<int16_t>());
+    case VarType::kLong:
+      return IntegerText(v.Get<int32_t>());
+    case VarType::kByte:
+      return IntegerText(v.Get<uint8_t>());
+    case VarType::kSingle:
+      return BinaryToText(v.Get<float>(), 7, loc.decimal);
+    case VarType::kDouble:
+      return BinaryToText(v.Get<double>(), 15, loc.decimal);
+    case VarType::kCurrency:
+      return CurrencyToDecimal(v.Get<Currency>()).ToText(loc.decimal);
+    case VarType::kDecimal:
+      return v.Get<Decimal>().ToText(loc.decimal);
+    case VarType::kDate:
+      return DateToText(v.Get<Date>(), loc);
+    case VarType::kBoolean:
+      return v.Get<bool>() ? u"True" : u"False";
+    case VarType::kString:
+      return v.Get<Text>();
+    case VarType::kObject:
+      return ToTextImpl(Unwrap(v), loc);
+    default:
+      Mismatch();
+  }
+}
+
+}  // namespace
+
+Text CStr(const Variant& v) {
+  if (v.IsText()) return v.Get<Text>();
+  return ToTextImpl(v, ThreadLocale());
+}
+
+int16_t CInt(const Variant& v) { return NarrowInteger<int16_t>(v); }
+int32_t CLng(const Variant& v) { return NarrowInteger<int32_t>(v); }
+uint8_t CByte(const Variant& v) { return NarrowInteger<uint8_t>(v); }
+
+double CDbl(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kSingle:
+      return v.Get<float>();
+    case VarType::kDouble:
+      return v.Get<double>();
+    case VarType::kDate:
+      return v.Get<Date>().serial;
+    case VarType::kCurrency:
+      return static_cast<double>(v.Get<Currency>().scaled) / Currency::kScale;
+    case VarType::kDecimal:
+      return v.Get<Decimal>().ToDouble();
+    case VarType::kString:
+      return TextToDouble(v.Get<Text>());
+    case VarType::kObject:
+      return CDbl(Unwrap(v));
+    default:
+      return static_cast<double>(ToInt64(v));
+  }
+}
+
+float CSng(const Variant& v) {
+  const double d = CDbl(v);
+  if (std::fabs(d) > std::numeric_limits<float>::max()) Overflow();
+  return static_cast<float>(d);
+}
+
+Decimal CDec(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kSingle:
+      return DecimalOfBinary(v.Get<float>(), 7);
+    case VarType::kDouble:
+      return DecimalOfBinary(v.Get<double>(), 15);
+    case VarType::kDate:
+      return DecimalOfBinary(v.Get<Date>().serial, 15);
+    case VarType::kCurrency:
+      return CurrencyToDecimal(v.Get<Currency>()).Normalized();
+    case VarType::kDecimal:
+      return v.Get<Decimal>();
+    case VarType::kString:
+      return TextToDecimal(v.Get<Text>());
+    case VarType::kObject:
+      return CDec(Unwrap(v));
+    default:
+      return Decimal::FromInt64(ToInt64(v));
+  }
+}
+
+Currency CCur(const Variant& v) {
+  Decimal d;
+  switch (v.type()) {
+    case VarType::kCurrency:
+      return v.Get<Currency>();
+    case VarType::kSingle:
+    case VarType::kDouble:
+    case VarType::kDate: {
+      const double x = CDbl(v);
+      if (!(std::fabs(x) <= kCurrencyMax)) Overflow();
+      return Currency{static_cast<int64_t>(std::nearbyint(x * Currency::kScale))};
+    }
+    default:
+      d = CDec(v);
+  }
+  const Decimal r = d.Round(4);
+  // Scale the rounded value to exactly four decimals.
+  uint128 m = r.mantissa();
+  for (int s = r.scale(); s < 4; ++s) m *= 10;
+  if (m > static_cast<uint128>(std::numeric_limits<int64_t>::max()) + (r.negative() ? 1 : 0)) {
+    Overflow();
+  }
+  const auto scaled = static_cast<int64_t>(r.negative() ? 0 - m : m);
+  return Currency{scaled};
+}
+
+Date CDate(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kDate:
+      return v.Get<Date>();
+    case VarType::kString: {
+      auto d = ParseDate(v.Get<Text>(), ThreadLocale());
+      if (!d) Mismatch();
+      return *d;
+    }
+    case VarType::kObject:
+      return CDate(Unwrap(v));
+    default: {
+      const double x = CDbl(v);
+      if (!IsValidDateSerial(x)) Overflow();
+      return Date{x};
+    }
+  }
+}
+
+bool CBool(const Variant& v) {
+  switch (v.type()) {
+    case VarType::kBoolean:
+      return v.Get<bool>();
+    case VarType::kString: {
+      bool b;
+      if (IsBooleanWord(v.Get<Text>(), &b)) return b;
+      return TextToDecimal(v.Get<Text>()).IsZero() == false;
+    }
+    case VarType::kSingle:
+    case VarType::kDouble:
+    case VarType::kDate:
+      return CDbl(v) != 0;
+    case VarType::kDecimal:
+      return !v.Get<Decimal>().IsZero();
+    case VarType::kCurrency:
+      return v.Get<Currency>().scaled != 0;
+    case VarType::kObject:
+      return CBool(Unwrap(v));
+    default:
+      return ToInt64(v) != 0;
+  }
+}
+
+Variant ChangeType(const Variant& v, VarType type) {
+  if (v.type() == type && type != VarType::kObject) return v;
+  switch (type) {
+    case VarType::kEmpty:
+      return Variant();
+    case VarType::kNull:
+      return Variant::Null();
+    case VarType::kInteger:
+      return CInt(v);
+    case VarType::kLong:
+      return CLng(v);
+    case VarType::kSingle:
+      return CSng(v);
+    case VarType::kDouble:
+      return CDbl(v);
+    case VarType::kCurrency:
+      return CCur(v);
+    case VarType::kDate:
+      return CDate(v);
+    case VarType::kString:
+      return CStr(v);
+    case VarType::kBoolean:
+      return CBool(v);
+    case VarType::kDecimal:
+      return CDec(v);
+    case VarType::kByte:
+      return CByte(v);
+    default:
+      Mismatch();
+  }
+}
+
+int32_t ToLongOr(const Variant& v, int32_t fallback) noexcept {
+  try {
+    return CLng(v);
+  } catch (...) {
+    return fallback;
+  }
+}
+
+}  // namespace qel

@@ -1,0 +1,16 @@
+list(APPEND QEL_SOURCES
+  src/frame/convert.cc
+  src/frame/date.cc
+  src/frame/decimal.cc
+  src/frame/error.cc
+  src/frame/locale.cc
+  src/frame/log.cc
+  src/frame/number_scan.cc
+  src/frame/object.cc
+  src/frame/template.cc
+  src/frame/text.cc
+  src/frame/variant.cc)
+list(APPEND QEL_TESTS
+  src/frame/convert_test.cc
+  src/frame/error_test.cc
+  src/frame/text_test.cc)

@@ -1,0 +1,53 @@
+// Test helpers shared by the suites of every subsystem.
+#ifndef QEL_SRC_FRAME_TESTING_H_
+#define QEL_SRC_FRAME_TESTING_H_
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "qel/frame/error.h"
+#include "qel/frame/locale.h"
+
+namespace qel::testing {
+
+// Pins the calling thread's locale for the life of the object.
+class ScopedLocale {
+ public:
+  explicit ScopedLocale(const char* name) : saved_(ThreadLocale().name) { SetThreadLocale(name); }
+  ~ScopedLocale() {
+    try {
+      SetThreadLocale(saved_);
+    } catch (const Error&) {
+      SetThreadLocale("C");
+    }
+  }
+  ScopedLocale(const ScopedLocale&) = delete;
+  ScopedLocale& operator=(const ScopedLocale&) = delete;
+
+ private:
+  std::string saved_;
+};
+
+// The error `body` raises, or a failed expectation and an error numbered 0.
+inline Error Catch(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const Error& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no qel::Error was raised";
+  return Error(0, u"", u"");
+}
+
+// "number|source|description" in UTF-8, to assert an error on one line.
+inline std::string Describe(const Error& e) {
+  return std::to_string(e.Number()) + "|" + ToUtf8(e.Source()) + "|" + ToUtf8(e.Description());
+}
+
+inline std::string ErrorOf(const std::function<void()>& body) { return Describe(Catch(body)); }
+
+}  // namespace qel::testing
+
+#endif  // QEL_SRC_FRAME_TESTING_H_

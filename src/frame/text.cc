@@ -1,0 +1,202 @@
+#include "qel/frame/text.h"
+
+#include <array>
+
+namespace qel {
+namespace {
+
+constexpr char16_t kReplacement = 0xFFFD;
+
+// Code points of Windows-1252 bytes 0x80..0x9F; the undefined five map to themselves.
+constexpr std::array<char16_t, 32> kCp1252High = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+}  // namespace
+
+Text FromUtf8(std::string_view s) {
+  Text out;
+  out.reserve(s.size());
+  size_t i = 0;
+  const size_t n = s.size();
+  while (i < n) {
+    const auto b0 = static_cast<unsigned char>(s[i]);
+    if (b0 < 0x80) {
+      out.push_back(b0);
+      ++i;
+      continue;
+    }
+    int extra;
+    char32_t cp;
+    char32_t min;
+    if ((b0 & 0xE0) == 0xC0) {
+      extra = 1, cp = b0 & 0x1F, min = 0x80;
+    } else if ((b0 & 0xF0) == 0xE0) {
+      extra = 2, cp = b0 & 0x0F, min = 0x800;
+    } else if ((b0 & 0xF8) == 0xF0) {
+      extra = 3, cp = b0 & 0x07, min = 0x10000;
+    } else {
+      out.push_back(kReplacement);
+      ++i;
+      continue;
+    }
+    size_t j = i + 1;
+    bool ok = true;
+    for (int k = 0; k < extra; ++k, ++j) {
+      if (j >= n || (static_cast<unsigned char>(s[j]) & 0xC0) != 0x80) {
+        ok = false;
+        break;
+      }
+      cp = (cp << 6) | (static_cast<unsigned char>(s[j]) & 0x3F);
+    }
+    if (!ok || cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+      out.push_back(kReplacement);
+      i = ok ? j : i + 1;
+      continue;
+    }
+    if (cp >= 0x10000) {
+      cp -= 0x10000;
+      out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(cp));
+    }
+    i = j;
+  }
+  return out;
+}
+
+std::string ToUtf8(TextView t) {
+  std::string out;
+  out.reserve(t.size());
+  for (size_t i = 0; i < t.size(); ++i) {
+    char32_t cp = t[i];
+    if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < t.size() && t[i + 1] >= 0xDC00 &&
+        t[i + 1] <= 0xDFFF) {
+      cp = 0x10000 + ((cp - 0xD800) << 10) + (t[i + 1] - 0xDC00);
+      ++i;
+    } else if (cp >= 0xD800 && cp <= 0xDFFF) {
+      cp = kReplacement;
+    }
+    if (cp < 0x80) {
+      out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else if (cp < 0x10000) {
+      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+  }
+  return out;
+}
+
+Text FromAnsi(std::string_view bytes) {
+  Text out;
+  out.resize(bytes.size());
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const auto b = static_cast<unsigned char>(bytes[i]);
+    out[i] = (b >= 0x80 && b < 0xA0) ? kCp1252High[b - 0x80] : b;
+  }
+  return out;
+}
+
+char ToAnsiChar(char16_t c) {
+  if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) return static_cast<char>(c);
+  for (size_t k = 0; k < kCp1252High.size(); ++k) {
+    if (kCp1252High[k] == c) return static_cast<char>(0x80 + k);
+  }
+  return '?';
+}
+
+std::string ToAnsi(TextView t) {
+  std::string out;
+  out.resize(t.size());
+  for (size_t i = 0; i < t.size(); ++i) out[i] = ToAnsiChar(t[i]);
+  return out;
+}
+
+char16_t UpperChar(char16_t c) {
+  if (c >= u'a' && c <= u'z') return c - 32;
+  // Latin-1 lower-case letters, except the division sign and y-diaeresis/sharp s.
+  if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 32;
+  return c;
+}
+
+char16_t LowerChar(char16_t c) {
+  if (c >= u'A' && c <= u'Z') return c + 32;
+  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
+  return c;
+}
+
+Text UCase(TextView text) {
+  Text out(text);
+  for (auto& c : out) c = UpperChar(c);
+  return out;
+}
+
+Text LCase(TextView text) {
+  Text out(text);
+  for (auto& c : out) c = LowerChar(c);
+  return out;
+}
+
+bool EqualsNoCase(TextView a, TextView b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i] && UpperChar(a[i]) != UpperChar(b[i])) return false;
+  }
+  return true;
+}
+
+TextView LTrim(TextView t) {
+  size_t i = 0;
+  while (i < t.size() && t[i] == u' ') ++i;
+  return t.substr(i);
+}
+
+TextView RTrim(TextView t) {
+  size_t n = t.size();
+  while (n > 0 && t[n - 1] == u' ') --n;
+  return t.substr(0, n);
+}
+
+TextView Trim(TextView t) { return RTrim(LTrim(t)); }
+
+Text RightJustify(TextView fill, TextView text, int32_t width) {
+  const size_t w = width < 0 ? 0 : static_cast<size_t>(width);
+  if (text.size() >= w) return Text(text.substr(text.size() - w));
+  Text out(w - text.size(), fill.empty() ? u' ' : fill[0]);
+  out.append(text);
+  return out;
+}
+
+Text LeftJustify(TextView text, TextView fill, int32_t width) {
+  const size_t w = width < 0 ? 0 : static_cast<size_t>(width);
+  if (text.size() >= w) return Text(text.substr(0, w));
+  Text out(text);
+  out.append(w - text.size(), fill.empty() ? u' ' : fill[0]);
+  return out;
+}
+
+Text QuoteText(TextView text) {
+  Text out;
+  out.reserve(text.size() + 2);
+  out.push_back(u'"');
+  for (char16_t c : text) {
+    if (c == u'"') out.push_back(u'"');
+    out.push_back(c);
+  }
+  out.push_back(u'"');
+  return out;
+}
+
+}  // namespace qel

@@ -1,0 +1,54 @@
+#include "qel/frame/text.h"
+
+#include <gtest/gtest.h>
+
+namespace qel {
+namespace {
+
+TEST(Justify, RightJustifyPadsOrKeepsTheRight) {
+  EXPECT_EQ(RightJustify(u"0", u"123", 5), u"00123");
+  EXPECT_EQ(RightJustify(u"0", u"123456", 5), u"23456");
+  EXPECT_EQ(RightJustify(u"0", u"12345", 5), u"12345");
+  EXPECT_EQ(RightJustify(u"xyz", u"", 2), u"xx");
+  EXPECT_EQ(RightJustify(u"0", u"12", -1), u"");
+}
+
+TEST(Justify, LeftJustifyPadsOrKeepsTheLeft) {
+  EXPECT_EQ(LeftJustify(u"AB", u" ", 4), u"AB  ");
+  EXPECT_EQ(LeftJustify(u"ABCDE", u" ", 4), u"ABCD");
+  EXPECT_EQ(LeftJustify(u"AB", u"", 3), u"AB ");
+}
+
+TEST(QuoteText, DoublesInnerQuotes) {
+  EXPECT_EQ(QuoteText(u"a\"b"), u"\"a\"\"b\"");
+  EXPECT_EQ(QuoteText(u""), u"\"\"");
+}
+
+TEST(Encodings, Utf8RoundTripIncludingAstralAndMalformed) {
+  const std::string s = "año €  𝄞";
+  EXPECT_EQ(ToUtf8(FromUtf8(s)), s);
+  EXPECT_EQ(FromUtf8("\xC3"), u"\uFFFD");         // cut sequence
+  EXPECT_EQ(FromUtf8("\xE0\x80\x80"), u"\uFFFD");  // overlong
+  EXPECT_EQ(ToUtf8(Text(1, char16_t(0xD800))), "\xEF\xBF\xBD");
+}
+
+TEST(Encodings, Windows1252BothWays) {
+  EXPECT_EQ(ToAnsi(u"año €"), "a\xF1o \x80");
+  EXPECT_EQ(FromAnsi("a\xF1o \x80\x9F"), u"año €Ÿ");
+  EXPECT_EQ(ToAnsi(u"Ω"), "?");
+  for (int b = 0; b < 256; ++b) {
+    const std::string one(1, static_cast<char>(b));
+    EXPECT_EQ(ToAnsi(FromAnsi(one)), one) << b;
+  }
+}
+
+TEST(CaseAndTrim, FoldsLatin1AndTrimsBlanksOnly) {
+  EXPECT_EQ(UCase(u"ñandú_x1"), u"ÑANDÚ_X1");
+  EXPECT_TRUE(EqualsNoCase(u"Monto", u"MONTO"));
+  EXPECT_FALSE(EqualsNoCase(u"Monto", u"MONTOS"));
+  EXPECT_EQ(Trim(u"  a b \t"), u"a b \t");
+  EXPECT_EQ(Trim(u"   "), u"");
+}
+
+}  // namespace
+}  // namespace qel
