@@ -148,6 +148,9 @@ TEST(DecimalArith, RoundsToLargestFittingScale) {
   EXPECT_EQ(Dec("0.0000000000000000000000000001") * Dec("0.5"), Decimal());
   EXPECT_EQ(Dec("0.0000000000000000000000000001") * Dec("1.5"),
             Dec("0.0000000000000000000000000002"));
+  // 0.5000...01 units: the digits far below the tie still round up.
+  EXPECT_EQ(Dec("0.0000000000000000000000000001") * Dec("0.5000000000000000000000000001"),
+            Dec("0.0000000000000000000000000001"));
   Decimal ten = Dec("3.3333333333333333333333333333") * Dec("3");
   EXPECT_EQ(ten, Dec("10"));
   EXPECT_EQ(ten.scale(), 27);
@@ -176,6 +179,11 @@ TEST(DecimalArith, Division) {
             "0.0000000000000000000000000003");
   EXPECT_EQ((Dec("12345678901234567890") / Dec("98765432109876543210.5")).ToAscii(),
             "0.1249999988609375000136054688");
+  // Wide divisors whose first quotient-digit estimate is one too large.
+  EXPECT_EQ((Dec("39614081266355540831479267327") / Dec("39614081266355540833546711900")).ToAscii(),
+            "0.9999999999999999999478103617");
+  EXPECT_EQ((Dec("79228162514264337589248983041") / Dec("36893488147419103231")).ToAscii(),
+            "2147483647.9999999999417923391");
 }
 
 TEST(DecimalArith, ErrorsRaiseOverflowAndDivisionByZero) {

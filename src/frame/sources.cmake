@@ -12,5 +12,6 @@ list(APPEND QEL_SOURCES
   src/frame/variant.cc)
 list(APPEND QEL_TESTS
   src/frame/convert_test.cc
+  src/frame/decimal_test.cc
   src/frame/error_test.cc
   src/frame/text_test.cc)
