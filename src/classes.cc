@@ -3,6 +3,8 @@
 
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
+#include "qel/props/qel_prop.h"
+#include "qel/props/qel_props.h"
 #include "qel/util/qel_locale.h"
 
 namespace qel {
@@ -20,6 +22,8 @@ ObjectPtr Make() {
 
 constexpr ClassEntry kClasses[] = {
     {u"QelLocale", &Make<QelLocale>},
+    {u"QelProp", &Make<QelProp>},
+    {u"QelProps", &Make<QelProps>},
 };
 
 }  // namespace

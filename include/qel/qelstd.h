@@ -11,7 +11,10 @@
 #include "qel/frame/object.h"
 #include "qel/frame/template.h"
 #include "qel/frame/text.h"
+#include "qel/frame/url_encode.h"
 #include "qel/frame/variant.h"
+#include "qel/props/qel_prop.h"
+#include "qel/props/qel_props.h"
 #include "qel/util/qel_locale.h"
 
 #endif  // QEL_QELSTD_H_

@@ -9,9 +9,11 @@ list(APPEND QEL_SOURCES
   src/frame/object.cc
   src/frame/template.cc
   src/frame/text.cc
+  src/frame/url_encode.cc
   src/frame/variant.cc)
 list(APPEND QEL_TESTS
   src/frame/convert_test.cc
   src/frame/decimal_test.cc
   src/frame/error_test.cc
-  src/frame/text_test.cc)
+  src/frame/text_test.cc
+  src/frame/url_encode_test.cc)

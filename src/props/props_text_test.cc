@@ -1,0 +1,421 @@
+// The bag text: reading (table of inputs and their dumps, inputs that must fail, hostile
+// inputs), writing (exact texts of each form) and a randomized round trip.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "frame/testing.h"
+#include "props/props_testing.h"
+#include "qel/frame/date.h"
+#include "qel/frame/error.h"
+#include "qel/props/qel_props.h"
+
+namespace qel {
+namespace {
+
+using testing::Dump;
+using testing::ErrorOf;
+using testing::SameBag;
+using testing::ScopedLocale;
+
+std::string Read(TextView text) {
+  QelProps bag;
+  bag.LoadFromText(text);
+  return Dump(bag);
+}
+
+std::string ReadUtf8(const std::string& text) { return Read(FromUtf8(text)); }
+
+std::string ReadError(const std::string& text) {
+  return ErrorOf([&] { Read(FromUtf8(text)); });
+}
+
+std::string Syntax(const std::string& found, const std::string& expected) {
+  return "-2147024809|QelProps.ToText|Se encontró '" + found + "' cuando se esperaba " + expected;
+}
+
+class PropsTextEs : public ::testing::Test {
+ protected:
+  ScopedLocale locale_{"es_CL.UTF-8"};
+};
+
+class PropsTextEn : public ::testing::Test {
+ protected:
+  ScopedLocale locale_{"en_US.UTF-8"};
+};
+
+TEST_F(PropsTextEs, ReadsEntriesValuesAndTypeCodes) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {";;;", ""},
+      {"  \r\n\t ", ""},
+      {"A=1;A=2", "A(3)=2"},
+      {"A=1;b=2;a=3", "A(3)=3|b(3)=2"},
+      {"X", "X(1)"},
+      {"X;Y:7;Z", "X(1)|Y(1)|Z(1)"},
+      {"X=abc", "X(8)=abc"},
+      {"X:3=abc", "X(8)=abc"},
+      {"X:5=1", "X(3)=1"},
+      {"X=-5", "X(3)=-5"},
+      {"X=007", "X(3)=7"},
+      {"X=-2147483648", "X(3)=-2147483648"},
+      {"X=\"ab\" \"cd\" 'ef'", "X(8)=abcdef"},
+      {"X='it''s'", "X(8)=it's"},
+      {"X='say \"hi\"'", "X(8)=say \"hi\""},
+      {"X=\"a\"\"b\"", "X(8)=a\"b"},
+      {"X=\"\"", "X(8)="},
+      {"\" spaced name \"=1", "spaced name(3)=1"},
+      {"'it''s'", "it's(1)"},
+      {"ñandú=1", "ñandú(3)=1"},
+      {"_a1=1", "_a1(3)=1"},
+      {"X:2=\"12\"", "X(2)=12"},
+      {"X:3=\"1.234\"", "X(3)=1234"},
+      {"X:17=\"255\"", "X(17)=255"},
+      {"X:17=\"256\"", "X(8)=256"},
+      {"X:11=\"-1\";Y:11=\"0\";Z:11=\"True\"", "X(11)=True|Y(11)=False|Z(11)=True"},
+      {"X:4=\"0,5\"", "X(4)=0.5"},
+      {"X:5=\"1,5\"", "X(5)=1.5"},
+      {"X:5=\"1,5e+300\"", "X(5)=1.5E+300"},
+      {"X:6=\"1,2345\"", "X(6)=1.2345"},
+      {"X:14=\"1,50\"", "X(14)=1.5"},
+      {"X:7=\"15-03-2006\"", "X(7)=03/15/2006"},
+      {"X:7=\"15/03/2006\"", "X(7)=03/15/2006"},
+      {"X:5=\"abc\";Y:7=\"99-99-9999\"", "X(8)=abc|Y(8)=99-99-9999"},
+      {"X:0=\"\"", "X(0)"},
+      {"X:8209=\"00ff\"", "X(8209)=2 bytes"},
+      {"X:8209=\"0G\"", "X(8)=0G"},
+      {"X:99=\"a\"", "X(8)=a"},
+      {"Q=[]", "Q(9)=[]"},
+      {"Q=[X=1;R=[Y=\"a\"]];Z", "Q(9)=[X(3)=1|R(9)=[Y(8)=a]]|Z(1)"},
+      {"Q=[;X=1;];", "Q(9)=[X(3)=1]"},
+      {"// header\nA=1 // one\n;B=2//two", "A(3)=1|B(3)=2"},
+      {"A=1;\n// last line without end", "A(3)=1"},
+      {"A=\"x // not a comment\"", "A(8)=x // not a comment"},
+      {"X=\"open", "X(8)=open"},
+      {"X='a''", "X(8)=a'"},
+      {"X=\"a\r\nb;[]\"", "X(8)=a\r\nb;[]"},
+      {"X:7=\"15-03-2006\" // typed strings join first\n \"\"", "X(7)=03/15/2006"},
+  };
+  for (const auto& [text, dump] : cases) EXPECT_EQ(ReadUtf8(text), dump) << text;
+}
+
+TEST_F(PropsTextEn, DecimalCommaIsFixedInAnyLocale) {
+  EXPECT_EQ(Read(u"X:5=\"1,5\""), "X(5)=1.5");
+  EXPECT_EQ(Read(u"X:14=\"-1234,5\""), "X(14)=-1234.5");
+  EXPECT_EQ(Read(u"X:6=\"-0,0001\""), "X(6)=-0.0001");
+  EXPECT_EQ(Read(u"X:5=1"), "X(3)=1");
+}
+
+TEST(PropsTextErrors, SyntaxErrorsNameTheTokenAndWhatWasExpected) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"X=[", Syntax("[EOS]", "el símbolo ']'")},
+      {"X=[1]", Syntax("1", "el símbolo ']'")},
+      {"X=;", Syntax(";", "un valor después del símbolo '='")},
+      {"X=", Syntax("[EOS]", "un valor después del símbolo '='")},
+      {"X=-", Syntax("-", "un valor después del símbolo '='")},
+      {"X=]", Syntax("]", "un valor después del símbolo '='")},
+      {"X:=1", Syntax("=", "un número después del símbolo ':'")},
+      {"X:\"a\"=1", Syntax("a", "un número después del símbolo ':'")},
+      {"X:", Syntax("[EOS]", "un número después del símbolo ':'")},
+      {"X=1 Y=2", Syntax("Y", "el final del texto")},
+      {"]", Syntax("]", "el final del texto")},
+      {"1=2", Syntax("1", "el final del texto")},
+      {"/", Syntax("/", "el final del texto")},
+      {"X=1,Y=2", Syntax(",", "el final del texto")},
+      {"X=99999999999", "6|QelStd1|Desbordamiento"},
+      {"X=2147483648", "6|QelStd1|Desbordamiento"},
+      {"X:-99999999999=\"1\"", "6|QelStd1|Desbordamiento"},
+  };
+  for (const auto& [text, error] : cases) EXPECT_EQ(ReadError(text), error) << text;
+}
+
+TEST(PropsTextErrors, PropertiesReadBeforeAnErrorStay) {
+  QelProps bag;
+  bag.SetValue(u"old", 1);
+  EXPECT_EQ(ErrorOf([&] { bag.LoadFromText(u"A=1;B=[C=2;D=;E=3"); }),
+            Syntax(";", "un valor después del símbolo '='"));
+  EXPECT_EQ(Dump(bag), "A(3)=1");
+}
+
+TEST(PropsTextHostile, DeepNestingRaises28AtTheLimit) {
+  auto nested = [](int levels) {
+    Text text;
+    for (int i = 0; i < levels; ++i) text += u"a=[";
+    for (int i = 0; i < levels; ++i) text += u"]";
+    return text;
+  };
+  QelProps bag;
+  bag.LoadFromText(nested(1000));
+  int depth = 0;
+  for (auto p = bag.Item(1); p && p->IsProps(); p = p->Props()->Item(1)) ++depth;
+  EXPECT_EQ(depth, 1000);
+  EXPECT_EQ(ErrorOf([&] { bag.LoadFromText(nested(1001)); }),
+            "28|QelStd1|Espacio de pila insuficiente");
+  Text million;
+  for (int i = 0; i < 1000000; ++i) million += u"a=[";
+  EXPECT_EQ(ErrorOf([&] { bag.LoadFromText(million); }), "28|QelStd1|Espacio de pila insuficiente");
+}
+
+TEST(PropsTextHostile, LongRunsEndCleanly) {
+  EXPECT_EQ(ReadError(std::string(1000000, '[')), Syntax("[", "el final del texto"));
+  EXPECT_EQ(ReadError(std::string(1000000, '-')), Syntax("-", "el final del texto"));
+  EXPECT_EQ(ReadError("X=" + std::string(1000000, '7')), "6|QelStd1|Desbordamiento");
+  EXPECT_EQ(ReadUtf8("X=" + std::string(1000001, '"')).size(), 1000000 / 2 + 5);
+  EXPECT_EQ(ReadUtf8(std::string(100000, ';')), "");
+  EXPECT_EQ(ReadUtf8("//" + std::string(100000, '/')), "");
+}
+
+// ---- Writing --------------------------------------------------------------------------
+
+std::shared_ptr<QelProps> EveryType() {
+  auto bag = std::make_shared<QelProps>();
+  bag->SetValue(u"L", int32_t{-5});
+  bag->SetValue(u"I", int16_t{-7});
+  bag->SetValue(u"Y", uint8_t{255});
+  bag->SetValue(u"S", 1.5f);
+  bag->SetValue(u"D", 0.1);
+  bag->SetValue(u"C", Currency{12345});
+  bag->SetValue(u"M", Decimal::FromParts(150, 2, true));
+  bag->SetValue(u"T", *MakeDate({2006, 3, 5}));
+  bag->SetValue(u"B", true);
+  bag->SetValue(u"F", false);
+  bag->SetValue(u"E", Variant());
+  bag->SetValue(u"N", Variant::Null());
+  bag->SetValue(u"X", ByteArray{0, 0xAB});
+  bag->SetValue(u"a b", T("say \"sí\""));
+  auto q = std::make_shared<QelProps>();
+  q->SetValue(u"x", 1);
+  q->SetValue(u"r", std::make_shared<QelProps>());
+  bag->SetValue(u"Q", q);
+  return bag;
+}
+
+TEST_F(PropsTextEs, CompactFormWritesEveryType) {
+  EXPECT_EQ(ToUtf8(EveryType()->ToText()),
+            "L=-5;I:2=\"-7\";Y:17=\"255\";S:4=\"1,5\";D:5=\"0,1\";C:6=\"1,2345\";"
+            "M:14=\"-1,50\";T:7=\"05-03-2006\";B:11=\"-1\";F:11=\"0\";E:0=\"\";N;"
+            "X:8209=\"00AB\";\"a b\"=\"say \"\"sí\"\"\";Q=[x=1;r=[]]");
+}
+
+TEST_F(PropsTextEn, DatesKeepDayFirstWithTheLocaleSeparator) {
+  QelProps bag;
+  bag.SetValue(u"N", 5);
+  bag.SetValue(u"D", Date{MakeDate({2006, 3, 15})->serial + 0.75});  // the time is dropped
+  bag.SetValue(u"Q", Variant(std::make_shared<QelProps>()));
+  bag.Item(u"Q")->Props()->SetValue(u"X", 1);
+  EXPECT_EQ(bag.ToText(qelFormatNormal), u"N=5;D:7=\"15/03/2006\";Q=[X=1]");
+}
+
+TEST_F(PropsTextEs, IndentedFormLayout) {
+  auto bag = EveryType();
+  for (const char16_t* name : {u"I", u"Y", u"S", u"D", u"C", u"M", u"B", u"F", u"E", u"X"}) {
+    bag->Remove(name);
+  }
+  EXPECT_EQ(ToUtf8(bag->ToText(qelFormatIndented)),
+            "L = -5;\r\n"
+            "T:7 = \"05-03-2006\";\r\n"
+            "N;\r\n"
+            "\"a b\" = \"say \"\"sí\"\"\";\r\n"
+            "Q =\r\n"
+            "[\r\n"
+            "\tx = 1;\r\n"
+            "\tr =\r\n"
+            "\t[\r\n"
+            "\t]\r\n"
+            "]\r\n");
+  EXPECT_EQ(QelProps().ToText(qelFormatIndented), u"");
+}
+
+TEST_F(PropsTextEs, PostDataFormIsUrlEncodedFields) {
+  EXPECT_EQ(ToUtf8(EveryType()->ToText(qelFormatPostData)),
+            "L=-5&I=-7&Y=255&S=1%2C5&D=0%2C1&C=1%2C2345&M=-1%2C50&T=05-03-2006&B=-1&F=0&E=&N&"
+            "X=00AB&a+b=say+%22s%ED%22&Q=x%3D1%3Br%3D%5B%5D");
+}
+
+TEST_F(PropsTextEs, BinaryNumbersUseTheShortestExactDigits) {
+  const std::pair<double, const char*> doubles[] = {
+      {0.1, "0,1"},
+      {-2.5, "-2,5"},
+      {1e300, "1e+300"},
+      {1.0 / 3, "0,3333333333333333"},
+      {1e-7, "1e-07"},
+      {123456789012.0, "123456789012"},
+      {-0.0, "0"},
+      {5e-324, "5e-324"},
+      {-2.2250738585072014e-308, "-2,2250738585072014e-308"},
+  };
+  for (const auto& [v, text] : doubles) {
+    QelProps bag;
+    bag.SetValue(u"d", v);
+    EXPECT_EQ(ToUtf8(bag.ToText()), std::string("d:5=\"") + text + "\"");
+    QelProps back;
+    back.LoadFromText(bag.ToText());
+    EXPECT_EQ(back.Value(u"d"), Variant(v)) << text;
+  }
+  // The largest Single has no shorter digits that read back as a Single.
+  QelProps bag;
+  bag.SetValue(u"s", std::numeric_limits<float>::max());
+  QelProps back;
+  back.LoadFromText(bag.ToText());
+  EXPECT_EQ(back.Value(u"s"), Variant(std::numeric_limits<float>::max()));
+}
+
+TEST(PropsTextWriteErrors, ValuesWithoutATextForm) {
+  QelProps bag;
+  bag.SetValue(u"a", VariantArray{Variant(1)});
+  EXPECT_EQ(ErrorOf([&] { bag.ToText(); }), "13|QelStd1|No coinciden los tipos");
+  bag.SetValue(u"a", std::nan(""));
+  EXPECT_EQ(ErrorOf([&] { bag.ToText(); }), "6|QelStd1|Desbordamiento");
+  bag.SetValue(u"a", Date{1e9});
+  EXPECT_EQ(ErrorOf([&] { bag.ToText(); }), "6|QelStd1|Desbordamiento");
+  EXPECT_EQ(ErrorOf([&] { bag.ToText(3); }),
+            "-2147024809|QelProps.ToText|El formato de texto 3 no es válido");
+}
+
+TEST(PropsTextWrite, NestingLimitAppliesToWriting) {
+  auto top = std::make_shared<QelProps>();
+  auto bag = top;
+  for (int i = 0; i < 1001; ++i) {
+    auto next = std::make_shared<QelProps>();
+    bag->SetValue(u"a", next);
+    bag = next;
+  }
+  EXPECT_EQ(ErrorOf([&] { top->ToText(); }), "28|QelStd1|Espacio de pila insuficiente");
+  top->Item(u"a")->Props()->Clear();  // cut the chain below the first level
+  EXPECT_EQ(top->ToText(), u"a=[]");
+}
+
+// ---- Randomized round trip -------------------------------------------------------------
+
+class RandomBags {
+ public:
+  explicit RandomBags(uint32_t seed, bool dates) : rng_(seed), dates_(dates) {}
+
+  std::shared_ptr<QelProps> Make(int depth) {
+    auto bag = std::make_shared<QelProps>();
+    const int count = static_cast<int>(rng_() % (depth == 0 ? 40 : 8));
+    for (int i = 0; i < count; ++i) {
+      const Text name = Name();
+      if (bag->Exists(name)) continue;
+      if (depth < 4 && rng_() % 8 == 0) {
+        bag->SetValue(name, Make(depth + 1));
+      } else {
+        bag->SetValue(name, Value());
+      }
+    }
+    return bag;
+  }
+
+ private:
+  static constexpr const char* kPieces[] = {"a", "Z", "_", "9",  " ", "\"", "'",    "''",
+                                            ";", "[", "]", "=",  ":", "//", "\r\n", "\t",
+                                            "ñ", "É", "€", "中", "😀", "-",  ",",    "[EOS]"};
+
+  Text Piece() { return T(kPieces[rng_() % std::size(kPieces)]); }
+
+  Text Name() {
+    Text name;
+    if (rng_() % 2) {  // a name token
+      name = u"n" + FromUtf8(std::to_string(rng_() % 100000));
+    } else {
+      const int n = static_cast<int>(rng_() % 6);
+      for (int i = 0; i < n; ++i) name += Piece();
+    }
+    return Text(Trim(name));
+  }
+
+  double Double() {
+    for (;;) {
+      const uint64_t bits = (uint64_t{rng_()} << 32) | rng_();
+      double d;
+      std::memcpy(&d, &bits, sizeof d);
+      if (!std::isfinite(d)) continue;
+      return rng_() % 2 || std::fabs(d) > 1e300 ? d : std::round(d * 1e6) / 1e6;
+    }
+  }
+
+  Variant Value() {
+    switch (rng_() % 14) {
+      case 0:
+        return static_cast<int32_t>(rng_());
+      case 1:
+        return static_cast<int16_t>(rng_());
+      case 2: {
+        const float f = static_cast<float>(Double());
+        return std::isfinite(f) ? f : 1.25f;
+      }
+      case 3:
+        return Double();
+      case 4:
+        return Currency{static_cast<int64_t>((uint64_t{rng_()} << 32) | rng_())};
+      case 5: {
+        const uint128 m = (uint128{rng_()} << 64) | (uint64_t{rng_()} << 32) | rng_();
+        return Decimal::FromParts(m, static_cast<int>(rng_() % 29), rng_() % 2);
+      }
+      case 6:
+        if (!dates_) return Variant::Null();
+        return Date{static_cast<double>(static_cast<int64_t>(rng_() % 3615900) - 657434)};
+      case 7:
+        return rng_() % 2 == 0;
+      case 8:
+        return static_cast<uint8_t>(rng_());
+      case 9:
+      case 10: {
+        Text s;
+        const int n = static_cast<int>(rng_() % 8);
+        for (int i = 0; i < n; ++i) s += Piece();
+        return s;
+      }
+      case 11:
+        return Variant::Null();
+      case 12:
+        return Variant();
+      default:
+        return ByteArray{static_cast<uint8_t>(rng_()), 0, 0xFF};
+    }
+  }
+
+  std::mt19937 rng_;
+  bool dates_;
+};
+
+void CheckRoundTrips(bool dates, uint32_t seed) {
+  RandomBags gen(seed, dates);
+  for (int i = 0; i < 200; ++i) {
+    const auto bag = gen.Make(0);
+    for (int32_t format : {qelFormatNormal, qelFormatIndented}) {
+      const Text text = bag->ToText(format);
+      QelProps back;
+      back.LoadFromText(text);
+      ASSERT_TRUE(SameBag(*bag, back)) << "format " << format << ": " << ToUtf8(text);
+      ASSERT_EQ(back.ToText(format), text);
+    }
+  }
+}
+
+TEST_F(PropsTextEs, RandomBagsRoundTripInBothForms) { CheckRoundTrips(true, 1); }
+
+TEST_F(PropsTextEn, RandomBagsWithoutDatesRoundTripInBothForms) { CheckRoundTrips(false, 2); }
+
+TEST_F(PropsTextEs, DeepChainRoundTrips) {
+  auto top = std::make_shared<QelProps>();
+  auto bag = top;
+  for (int i = 0; i < 1000; ++i) {
+    bag->SetValue(u"v", i);
+    auto next = std::make_shared<QelProps>();
+    bag->SetValue(u"n", next);
+    bag = next;
+  }
+  for (int32_t format : {qelFormatNormal, qelFormatIndented}) {
+    QelProps back;
+    back.LoadFromText(top->ToText(format));
+    EXPECT_TRUE(SameBag(*top, back));
+  }
+}
+
+}  // namespace
+}  // namespace qel

@@ -1,0 +1,323 @@
+// Writing a bag as text. The forms and the value texts are those the reader atop
+// props_parser.cc takes back; what follows settles the cases the text form leaves open.
+//
+// Value texts (the same in every form):
+//   Long        decimal digits, unquoted and without type code: N=5
+//   Null        nothing at all, the name alone: N
+//   String      the quoted text without type code: N="a ""b"""
+//   Integer, Byte, Boolean, Single, Double, Currency, Decimal, Date, Empty, bytes:
+//               ":" type code "=" and the quoted text:
+//     Integer, Byte    decimal digits
+//     Boolean          "-1" or "0"
+//     Single, Double   the shortest digits that read back as the same value, "," before the
+//                      fraction, exponent as "e-05" (infinities and NaN raise 6)
+//     Currency         exact, "," before the fraction, trailing zeros dropped
+//     Decimal          exact, "," before the fraction, as many decimals as its scale
+//     Date             DD/MM/YYYY with the locale's date separator; the time of day is not
+//                      written (on purpose: the format carries days)
+//     Empty            code 0 and "": N:0=""
+//     byte array       code 8209 and the bytes in upper-case hexadecimal: N:8209="00FF"
+//   a nested bag        "=[" its compact text "]"
+//   another object      written as the value of its default member
+//   a variant array     raises 13: the format has no form for it
+//
+// Compact form (qelFormatNormal): the properties joined by ";".
+// Indented form (qelFormatIndented): one property per line, each line indented by one tab per
+// level and ended by CR LF, " = " between name and value, ";" at the end of every property but
+// the last of its bag; a nested bag is its name and " =" on one line, "[" on the next at the
+// same indentation, its properties one level deeper, and "]" on a line of its own:
+//     N = 5;
+//     Q =
+//     [
+//     <tab>X = 1
+//     ]
+// Post-data form (qelFormatPostData): URL-encoded form fields name=value joined by "&", each
+// name and value encoded by UrlEncode; the value is the value text above without quotes (a
+// nested bag's is its compact text), an Empty value leaves "name=" and a Null one "name".
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "props/props_format.h"
+#include "qel/frame/convert.h"
+#include "qel/frame/date.h"
+#include "qel/frame/error.h"
+#include "qel/frame/locale.h"
+#include "qel/frame/url_encode.h"
+#include "qel/props/qel_props.h"
+
+namespace qel::props {
+namespace {
+
+constexpr int32_t kNoCode = -1;
+
+void AppendAscii(std::string_view ascii, Text* out) {
+  for (char c : ascii) out->push_back(static_cast<unsigned char>(c));
+}
+
+template <class I>
+void AppendInteger(I v, Text* out) {
+  char buf[24];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v);
+  AppendAscii(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
+}
+
+// Digits of a binary number with "," before the fraction.
+void AppendBinary(std::string_view digits, Text* out) {
+  for (char c : digits) out->push_back(c == '.' ? u',' : static_cast<char16_t>(c));
+}
+
+void AppendDouble(double v, Text* out) {
+  if (!std::isfinite(v)) RaiseRuntime(kErrOverflow);
+  if (v == 0) v = 0;  // no "-0"
+  char buf[32];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v);
+  AppendBinary(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
+}
+
+// A Single is read back as a Double rounded to Single. Its own shortest digits do that in
+// nearly every case; where they do not (they may lie past the largest Single), the digits of
+// the exact Double value are written instead.
+void AppendSingle(float v, Text* out) {
+  if (!std::isfinite(v)) RaiseRuntime(kErrOverflow);
+  if (v == 0) v = 0;  // no "-0"
+  char buf[32];
+  const auto r = std::to_chars(buf, buf + sizeof buf, v);
+  double back = 0;
+  std::from_chars(buf, r.ptr, back);
+  if (std::fabs(back) <= std::numeric_limits<float>::max() && static_cast<float>(back) == v) {
+    AppendBinary(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
+  } else {
+    AppendDouble(static_cast<double>(v), out);
+  }
+}
+
+void AppendDecimal(const Decimal& d, Text* out) {
+  const size_t start = out->size();
+  out->append(d.ToText(u','));
+  // ToText drops trailing zeros; the scale is part of the value, so put them back.
+  const size_t comma = out->find(u',', start);
+  const int decimals = comma == Text::npos ? 0 : static_cast<int>(out->size() - comma - 1);
+  if (decimals < d.scale()) {
+    if (comma == Text::npos) out->push_back(u',');
+    out->append(static_cast<size_t>(d.scale() - decimals), u'0');
+  }
+}
+
+void AppendTwoDigits(int v, Text* out) {
+  out->push_back(static_cast<char16_t>(u'0' + v / 10));
+  out->push_back(static_cast<char16_t>(u'0' + v % 10));
+}
+
+void AppendDate(Date d, char16_t sep, Text* out) {
+  if (!IsValidDateSerial(d.serial)) RaiseRuntime(kErrOverflow);
+  const DateParts p = SplitDate(d);
+  AppendTwoDigits(p.day, out);
+  out->push_back(sep);
+  AppendTwoDigits(p.month, out);
+  out->push_back(sep);
+  AppendTwoDigits(p.year / 100, out);
+  AppendTwoDigits(p.year % 100, out);
+}
+
+void AppendHex(const ByteArray& bytes, Text* out) {
+  static constexpr char16_t kHex[] = u"0123456789ABCDEF";
+  for (uint8_t b : bytes) {
+    out->push_back(kHex[b >> 4]);
+    out->push_back(kHex[b & 15]);
+  }
+}
+
+class Writer {
+ public:
+  explicit Writer(Text* out) : out_(out), date_sep_(ThreadLocale().date_sep) {}
+
+  void Compact(const QelProps& bag, int depth) {
+    if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
+    bool first = true;
+    for (const auto& p : bag) {
+      if (!first) out_->push_back(u';');
+      first = false;
+      AppendName(*p);
+      if (auto nested = p->Props()) {
+        out_->append(u"=[");
+        Compact(*nested, depth + 1);
+        out_->push_back(u']');
+        continue;
+      }
+      AppendValuePart(p->Value(), u"=");
+    }
+  }
+
+  void Indented(const QelProps& bag, int depth) {
+    if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
+    int left = bag.Count();
+    for (const auto& p : bag) {
+      Indent(depth);
+      AppendName(*p);
+      if (auto nested = p->Props()) {
+        out_->append(u" =\r\n");
+        Indent(depth);
+        out_->append(u"[\r\n");
+        Indented(*nested, depth + 1);
+        Indent(depth);
+        out_->push_back(u']');
+      } else {
+        AppendValuePart(p->Value(), u" = ");
+      }
+      if (--left > 0) out_->push_back(u';');
+      out_->append(u"\r\n");
+    }
+  }
+
+  void PostData(const QelProps& bag) {
+    bool first = true;
+    Text value;
+    for (const auto& p : bag) {
+      if (!first) out_->push_back(u'&');
+      first = false;
+      AppendUrlEncoded(p->Name(), out_);
+      value.clear();
+      if (auto nested = p->Props()) {
+        Writer(&value).Compact(*nested, 1);
+      } else if (p->IsNull()) {
+        continue;
+      } else {
+        ValueText(p->Value(), &value);
+      }
+      out_->push_back(u'=');
+      AppendUrlEncoded(value, out_);
+    }
+  }
+
+ private:
+  void Indent(int depth) { out_->append(static_cast<size_t>(depth), u'\t'); }
+
+  void AppendName(const QelProp& p) {
+    if (p.name_is_token()) {
+      out_->append(p.Name());
+    } else {
+      AppendQuoted(p.Name());
+    }
+  }
+
+  void AppendQuoted(TextView text) {
+    out_->push_back(u'"');
+    size_t from = 0;
+    for (size_t q = text.find(u'"'); q != TextView::npos; q = text.find(u'"', q + 1)) {
+      out_->append(text.substr(from, q + 1 - from));
+      out_->push_back(u'"');
+      from = q + 1;
+    }
+    out_->append(text.substr(from));
+    out_->push_back(u'"');
+  }
+
+  // The value part after the name of a property whose value is not a bag.
+  void AppendValuePart(const Variant& v, TextView equals) {
+    switch (v.type()) {
+      case VarType::kNull:
+        return;
+      case VarType::kLong:
+        out_->append(equals);
+        AppendInteger(v.Get<int32_t>(), out_);
+        return;
+      case VarType::kString:
+        out_->append(equals);
+        AppendQuoted(v.Get<Text>());
+        return;
+      case VarType::kObject:
+        AppendValuePart(DefaultOf(v), equals);
+        return;
+      default:
+        break;
+    }
+    scratch_.clear();
+    const int32_t code = ValueText(v, &scratch_);
+    out_->push_back(u':');
+    AppendInteger(code, out_);
+    out_->append(equals);
+    AppendQuoted(scratch_);
+  }
+
+  // The value of an object's default member, when that is no object itself.
+  static Variant DefaultOf(const Variant& v) {
+    Variant inner = Unwrap(v);
+    if (inner.IsObject()) RaiseRuntime(kErrTypeMismatch);
+    return inner;
+  }
+
+  // Appends the text of a value that is not a bag; returns its type code, or kNoCode for
+  // Strings, Longs and Nulls (which have no text).
+  int32_t ValueText(const Variant& v, Text* out) {
+    switch (v.type()) {
+      case VarType::kNull:
+        return kNoCode;
+      case VarType::kEmpty:
+        return 0;
+      case VarType::kLong:
+        AppendInteger(v.Get<int32_t>(), out);
+        return kNoCode;
+      case VarType::kString:
+        out->append(v.Get<Text>());
+        return kNoCode;
+      case VarType::kInteger:
+        AppendInteger(v.Get<int16_t>(), out);
+        break;
+      case VarType::kByte:
+        AppendInteger(static_cast<int>(v.Get<uint8_t>()), out);
+        break;
+      case VarType::kBoolean:
+        out->append(v.Get<bool>() ? u"-1" : u"0");
+        break;
+      case VarType::kSingle:
+        AppendSingle(v.Get<float>(), out);
+        break;
+      case VarType::kDouble:
+        AppendDouble(v.Get<double>(), out);
+        break;
+      case VarType::kCurrency:
+        AppendDecimal(CDec(v), out);  // trailing zeros dropped
+        break;
+      case VarType::kDecimal:
+        AppendDecimal(v.Get<Decimal>(), out);
+        break;
+      case VarType::kDate:
+        AppendDate(v.Get<Date>(), date_sep_, out);
+        break;
+      case VarType::kByteArray:
+        AppendHex(v.Get<ByteArray>(), out);
+        break;
+      case VarType::kObject:
+        return ValueText(DefaultOf(v), out);
+      default:
+        RaiseRuntime(kErrTypeMismatch);
+    }
+    return static_cast<int32_t>(v.type());
+  }
+
+  Text* out_;
+  char16_t date_sep_;
+  Text scratch_;
+};
+
+}  // namespace
+
+Text WriteBagText(const QelProps& bag, int32_t format) {
+  Text out;
+  Writer writer(&out);
+  switch (format) {
+    case qelFormatIndented:
+      writer.Indented(bag, 0);
+      break;
+    case qelFormatPostData:
+      writer.PostData(bag);
+      break;
+    default:
+      writer.Compact(bag, 0);
+      break;
+  }
+  return out;
+}
+
+}  // namespace qel::props

@@ -1,0 +1,10 @@
+list(APPEND QEL_SOURCES
+  src/props/props_loaders.cc
+  src/props/props_parser.cc
+  src/props/props_writer.cc
+  src/props/qel_prop.cc
+  src/props/qel_props.cc)
+list(APPEND QEL_TESTS
+  src/props/props_loaders_test.cc
+  src/props/props_text_test.cc
+  src/props/qel_props_test.cc)
