@@ -4,6 +4,7 @@
 #ifndef QEL_SRC_PROPS_PROPS_FORMAT_H_
 #define QEL_SRC_PROPS_PROPS_FORMAT_H_
 
+#include <array>
 #include <cstdint>
 
 #include "qel/frame/text.h"
@@ -21,13 +22,22 @@ inline constexpr int32_t kByteArrayCode = static_cast<int32_t>(VarType::kByteArr
 
 // Name tokens: the characters that collate from "A" to "Z" in a text comparison (the ASCII
 // letters and the letters of Latin-1 and Latin Extended-A/B), "_", and after the first
-// character the digits "0" to "9".
-inline bool IsNameStart(char16_t c) {
-  if ((c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_') return true;
-  return c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7;
-}
+// character the digits "0" to "9". A table answers for the first 256 code units.
+enum CharClass : uint8_t { kOther = 0, kNameStart = 1, kDigit = 2 };
+inline constexpr auto kCharClasses = [] {
+  std::array<uint8_t, 256> t{};
+  for (int c = 'A'; c <= 'Z'; ++c) t[c] = kNameStart;
+  for (int c = 'a'; c <= 'z'; ++c) t[c] = kNameStart;
+  for (int c = 0xC0; c <= 0xFF; ++c) t[c] = kNameStart;
+  t['_'] = kNameStart;
+  t[0xD7] = t[0xF7] = kOther;
+  for (int c = '0'; c <= '9'; ++c) t[c] = kDigit;
+  return t;
+}();
+inline uint8_t ClassOf(char16_t c) { return c < 256 ? kCharClasses[c] : c <= 0x24F; }
+inline bool IsNameStart(char16_t c) { return ClassOf(c) == kNameStart; }
 inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-inline bool IsNameChar(char16_t c) { return IsNameStart(c) || IsDigit(c); }
+inline bool IsNameChar(char16_t c) { return ClassOf(c) != kOther; }
 
 // True when the whole text reads back as one name token.
 bool IsNameToken(TextView name);
@@ -54,6 +64,10 @@ class QelPropsInternal {
   // REQUIRES: value is not an object other than a QelProps.
   static void Store(QelProps* bag, TextView name, Variant value) {
     bag->FindOrCreateName(name).value_ = std::move(value);
+  }
+  // The same for a name known to be a name token.
+  static void StoreToken(QelProps* bag, TextView name, Variant value) {
+    bag->FindOrCreateName(name, /*is_token=*/true).value_ = std::move(value);
   }
 };
 

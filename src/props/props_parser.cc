@@ -180,10 +180,10 @@ class Parser {
       Next();
       if (AtSymbol(u';')) continue;
       if (kind_ == Kind::kName) {
-        ParseEntry(bag, token_, depth);
+        ParseEntry(bag, token_, true, depth);
       } else if (kind_ == Kind::kString) {
         const Text name(Trim(token_));
-        ParseEntry(bag, name, depth);
+        ParseEntry(bag, name, false, depth);
       } else {
         return;  // the caller decides what may follow
       }
@@ -191,7 +191,8 @@ class Parser {
     }
   }
 
-  void ParseEntry(QelProps* bag, TextView name, int depth) {
+  // `is_token`: the name was a name token (else a string).
+  void ParseEntry(QelProps* bag, TextView name, bool is_token, int depth) {
     Next();
     int32_t code = -1;
     if (AtSymbol(u':')) {
@@ -201,7 +202,7 @@ class Parser {
       Next();
     }
     if (!AtSymbol(u'=')) {
-      QelPropsInternal::Store(bag, name, Variant::Null());
+      Store(bag, name, is_token, Variant::Null());
       return;
     }
     Next();
@@ -228,53 +229,73 @@ class Parser {
         break;
       }
     }
-    QelPropsInternal::Store(bag, name, std::move(value));
+    Store(bag, name, is_token, std::move(value));
+  }
+
+  static void Store(QelProps* bag, TextView name, bool is_token, Variant value) {
+    if (is_token) {
+      QelPropsInternal::StoreToken(bag, name, std::move(value));
+    } else {
+      QelPropsInternal::Store(bag, name, std::move(value));
+    }
   }
 
   // The current string token joined with the strings that follow it, converted by the type
   // code. Kept out of ParseEntry so that the frames of nested bags stay small.
   [[gnu::noinline]] Variant StringValue(int32_t code) {
-    Text joined(token_);
-    for (Next(); kind_ == Kind::kString; Next()) joined.append(token_);
-    return Typed(std::move(joined), code);
-  }
-
-  // A string value converted by its type code; the String itself when it does not convert.
-  Variant Typed(Text text, int32_t code) const {
     VarType type;
     switch (code) {
       case 0:
+        JoinStrings(nullptr);
         return Variant();
       case 2:
       case 3:
-      case 7:
-      case 11:
-      case 17:
-        type = static_cast<VarType>(code);
-        break;
       case 4:
       case 5:
       case 6:
-      case 14: {
+      case 7:
+      case 11:
+      case 14:
+      case 17:
         type = static_cast<VarType>(code);
-        const size_t comma = text.rfind(u',');
-        if (comma != Text::npos && decimal_ != u',') text[comma] = decimal_;
         break;
-      }
       case kByteArrayCode: {
+        Text text = JoinStrings(nullptr);
         ByteArray bytes;
         if (DecodeHex(text, &bytes)) return Variant(std::move(bytes));
         return Variant(std::move(text));
       }
       default:
-        return Variant(std::move(text));
+        return Variant(JoinStrings(nullptr));
     }
-    Variant value(std::move(text));
+    // The text to convert goes through one buffer that each conversion hands back.
+    Variant text(JoinStrings(&buffer_));
+    Text& digits = text.Get<Text>();
+    if (code == 4 || code == 5 || code == 6 || code == 14) {
+      const size_t comma = digits.rfind(u',');
+      if (comma != Text::npos && decimal_ != u',') digits[comma] = decimal_;
+    }
     try {
-      return ChangeType(value, type);
-    } catch (const Error&) {
+      Variant value = ChangeType(text, type);
+      buffer_ = std::move(digits);
       return value;
+    } catch (const Error&) {
+      return text;  // a String that does not convert stays a String
     }
+  }
+
+  // The current string token and those right after it, joined in `*reuse` (emptied first) or
+  // in a new text.
+  Text JoinStrings(Text* reuse) {
+    Text joined;
+    if (reuse != nullptr) {
+      joined = std::move(*reuse);
+      joined.assign(token_);
+    } else {
+      joined.assign(token_);
+    }
+    for (Next(); kind_ == Kind::kString; Next()) joined.append(token_);
+    return joined;
   }
 
   TextView text_;
@@ -284,6 +305,7 @@ class Parser {
   TextView token_;
   int32_t number_ = 0;
   Text unescaped_;
+  Text buffer_;
 };
 
 }  // namespace

@@ -81,23 +81,27 @@ void QelProps::IndexInsert(size_t item) {
   slots_[s] = static_cast<uint32_t>(item + 1);
 }
 
-QelProp& QelProps::Append(TextView trimmed_name) {
-  items_.push_back(std::make_shared<QelProp>(trimmed_name));
+QelProp& QelProps::Append(TextView trimmed_name, uint64_t hash, bool is_token) {
+  const QelProp::Prepared prepared(hash, is_token || props::IsNameToken(trimmed_name));
+  items_.push_back(std::make_shared<QelProp>(prepared, trimmed_name));
   IndexInsert(items_.size() - 1);
   return *items_.back();
 }
 
-QelProp& QelProps::FindOrCreateName(TextView trimmed_name) {
-  const size_t i = FindName(trimmed_name, KeyHash(trimmed_name));
-  return i != kNotFound ? *items_[i] : Append(trimmed_name);
+QelProp& QelProps::FindOrCreateName(TextView trimmed_name, bool is_token) {
+  const uint64_t hash = KeyHash(trimmed_name);
+  const size_t i = FindName(trimmed_name, hash);
+  return i != kNotFound ? *items_[i] : Append(trimmed_name, hash, is_token);
 }
 
 QelProp& QelProps::FindOrCreate(const Variant& key) {
-  const size_t i = Find(key);
-  if (i != kNotFound) return *items_[i];
-  if (key.IsText()) return Append(Trim(key.Get<Text>()));
+  if (key.IsNumeric()) {
+    const size_t i = Find(key);
+    if (i != kNotFound) return *items_[i];
+  }
+  if (key.IsText()) return FindOrCreateName(Trim(key.Get<Text>()));
   const Text text = CStr(key);  // raises for a key with no text form
-  return Append(Trim(text));
+  return FindOrCreateName(Trim(text));
 }
 
 QelProps::PropPtr QelProps::Item(const Variant& key) const noexcept {
@@ -152,7 +156,7 @@ void QelProps::MergeAt(const QelProps& source, int depth) {
   for (const PropPtr& p : items) {
     const size_t i = FindName(p->name_, p->key_hash_);
     if (i == kNotFound) {
-      Append(p->name_).value_ = p->value_;
+      Append(p->name_, p->key_hash_, p->name_is_token_).value_ = p->value_;
       continue;
     }
     QelProp& e = *items_[i];

@@ -22,8 +22,19 @@ class QelProps;
 
 class QelProp final : public Object {
  public:
+  // What a bag has already worked out about a new property's name; only bags make one.
+  class Prepared {
+    friend class QelProp;
+    friend class QelProps;
+    Prepared(uint64_t hash, bool is_token) : hash_(hash), is_token_(is_token) {}
+    uint64_t hash_;
+    bool is_token_;
+  };
+
   // A property named `name` with surrounding blanks removed, holding Empty.
   explicit QelProp(TextView name = {});
+  // The same for a name a bag has trimmed and prepared.
+  QelProp(Prepared prepared, TextView trimmed_name);
 
   TextView ClassName() const override { return u"QelProp"; }
 

@@ -149,9 +149,10 @@ class QelProps final : public Object {
   size_t Find(const Variant& key) const noexcept;
   // The property under `key`, created at the end when absent.
   QelProp& FindOrCreate(const Variant& key);
-  QelProp& FindOrCreateName(TextView trimmed_name);
-  // Adds a property at the end. REQUIRES: no property has that name.
-  QelProp& Append(TextView trimmed_name);
+  // `is_token`: the caller knows the name is a name token (else it is worked out).
+  QelProp& FindOrCreateName(TextView trimmed_name, bool is_token = false);
+  // Adds a property at the end. REQUIRES: no property has that name; hash = its KeyHash.
+  QelProp& Append(TextView trimmed_name, uint64_t hash, bool is_token = false);
   // Replaces the properties by a copy of source's, through the compact text.
   void CopyFrom(const QelProps& source);
   void IndexInsert(size_t item);
