@@ -131,7 +131,9 @@ void QelProps::LoadFromFile(TextView path) {
   Chaining(u"QelProps.LoadFromFile:", [&] { LoadFromText(text); });
 }
 
-void QelProps::LoadFromHttp(TextView headers) {
+void QelProps::LoadFromHttp(TextView header_block) {
+  const Text copy(header_block);  // the view may point into a value about to be cleared
+  const TextView headers = copy;
   Clear();
   QelProp* last = nullptr;  // the header a continuation line extends
   size_t from = 0;
@@ -199,8 +201,9 @@ void QelProps::LoadFromHttp(TextView headers) {
 }
 
 void QelProps::LoadFromURL(TextView url) {
+  const Text copy(url);  // the view may point into a value about to be cleared
   Clear();
-  TextView query = url;
+  TextView query = copy;
   const size_t question = query.find(u'?');
   if (question != TextView::npos) {
     query.remove_prefix(question + 1);

@@ -133,6 +133,13 @@ TEST(PropsTextErrors, SyntaxErrorsNameTheTokenAndWhatWasExpected) {
   for (const auto& [text, error] : cases) EXPECT_EQ(ReadError(text), error) << text;
 }
 
+TEST(PropsTextRead, TextMayBeOneOfTheBagsOwnValues) {
+  QelProps bag;
+  bag.LoadFromText(u"t=\"a=1;b='x'\"");
+  bag.LoadFromText(bag.Item(1)->Value().Get<Text>());
+  EXPECT_EQ(Dump(bag), "a(3)=1|b(8)=x");
+}
+
 TEST(PropsTextErrors, PropertiesReadBeforeAnErrorStay) {
   QelProps bag;
   bag.SetValue(u"old", 1);

@@ -208,8 +208,22 @@ Text QelProps::ToText(int32_t format) const {
 }
 
 void QelProps::LoadFromText(TextView text) {
-  Clear();
-  props::ReadBagText(text, this);
+  // Read into a new bag and take its properties, so that the old ones live until the text (which
+  // may be one of their values) has been read.
+  QelProps fresh;
+  try {
+    props::ReadBagText(text, &fresh);
+  } catch (...) {
+    TakeItems(&fresh);
+    throw;
+  }
+  TakeItems(&fresh);
+}
+
+void QelProps::TakeItems(QelProps* from) noexcept {
+  items_.swap(from->items_);
+  slots_.swap(from->slots_);
+  from->Clear();
 }
 
 }  // namespace qel

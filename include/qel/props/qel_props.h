@@ -155,6 +155,8 @@ class QelProps final : public Object {
   QelProp& Append(TextView trimmed_name, uint64_t hash, bool is_token = false);
   // Replaces the properties by a copy of source's, through the compact text.
   void CopyFrom(const QelProps& source);
+  // Replaces the properties by those of `from`, which is left empty.
+  void TakeItems(QelProps* from) noexcept;
   void IndexInsert(size_t item);
   void RebuildIndex();
   void MergeAt(const QelProps& source, int depth);
