@@ -8,6 +8,7 @@
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 #include "qel/frame/log.h"
+#include "qel/frame/number_format.h"
 #include "qel/frame/object.h"
 #include "qel/frame/template.h"
 #include "qel/frame/text.h"
