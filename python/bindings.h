@@ -15,6 +15,7 @@ namespace qel::python {
 namespace py = pybind11;
 
 void BindFrame(py::module_& m);
+void BindFields(py::module_& m);
 void BindUtil(py::module_& m);
 
 // Runs a Python callable from library code: a QelError it raises becomes the same qel::Error,

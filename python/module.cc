@@ -5,5 +5,6 @@
 PYBIND11_MODULE(_qelstd, m) {
   m.doc() = "qelstd native module";
   qel::python::BindFrame(m);
+  qel::python::BindFields(m);
   qel::python::BindUtil(m);
 }

@@ -1,8 +1,10 @@
 // The creatable classes by name. Each subsystem adds its classes to kClasses.
 #include <memory>
 
+#include "qel/fields/qel_global.h"
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
+#include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 
 namespace qel {
@@ -18,8 +20,13 @@ ObjectPtr Make() {
   return std::make_shared<T>();
 }
 
+// The global object has one instance per thread.
+ObjectPtr MakeGlobal() { return QelGlobal::Instance(); }
+
 constexpr ClassEntry kClasses[] = {
     {u"QelLocale", &Make<QelLocale>},
+    {u"QelLanguage", &Make<QelLanguage>},
+    {u"QelGlobal", &MakeGlobal},
 };
 
 }  // namespace

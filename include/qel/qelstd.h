@@ -2,6 +2,8 @@
 #ifndef QEL_QELSTD_H_
 #define QEL_QELSTD_H_
 
+#include "qel/fields/qel_global.h"
+#include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
 #include "qel/frame/decimal.h"
@@ -13,6 +15,7 @@
 #include "qel/frame/template.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
+#include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 
 #endif  // QEL_QELSTD_H_
