@@ -2,6 +2,8 @@
 #include <memory>
 
 #include "qel/fields/qel_global.h"
+#include "qel/fields/qel_record_data.h"
+#include "qel/fields/qel_record_fields.h"
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
 #include "qel/util/qel_language.h"
@@ -27,6 +29,8 @@ constexpr ClassEntry kClasses[] = {
     {u"QelLocale", &Make<QelLocale>},
     {u"QelLanguage", &Make<QelLanguage>},
     {u"QelGlobal", &MakeGlobal},
+    {u"QelRecordData", &Make<QelRecordData>},
+    {u"QelRecordFields", &Make<QelRecordFields>},
 };
 
 }  // namespace

@@ -2,7 +2,12 @@
 #ifndef QEL_QELSTD_H_
 #define QEL_QELSTD_H_
 
+#include "qel/fields/field_types.h"
+#include "qel/fields/layout_digest.h"
 #include "qel/fields/qel_global.h"
+#include "qel/fields/qel_record_data.h"
+#include "qel/fields/qel_record_field.h"
+#include "qel/fields/qel_record_fields.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"

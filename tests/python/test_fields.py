@@ -1,3 +1,6 @@
+import datetime
+import decimal
+import hashlib
 import threading
 
 import pytest
@@ -67,3 +70,141 @@ def test_sign_default_is_a_module_attribute_per_thread():
         qelstd.QelDefaultSignANSI = False
     with pytest.raises(AttributeError):
         qelstd.Locale = None
+
+
+def signature(name, lines, total):
+    """A signature text with its digest, computed here independently of the library."""
+    fed = "SD:1.0:" + name + "".join(lines) + "CS:%d:%s" % (total, name)
+    digest = hashlib.md5(fed.encode("cp1252")).hexdigest().upper()
+    return "\r\n".join(
+        ["SD:1.0:%s:2006-03-29:14:05:09" % name, *lines, "CS:%d:%s:%s" % (total, name, digest)]
+    )
+
+
+CLIENT = signature(
+    "CLIENTE",
+    ["X:10:NOMBRE", "N:12.2:MONTO", "LB:120.4:ITEMS", "X:10:CODE", "N:20.2:AMT",
+     "LE:120:ITEMS", "D:8:FECHA", "R:10.1:RUT", "S:5.2:SALDO"],
+    165,
+)
+
+
+@pytest.fixture
+def fields(es_cl):
+    f = qelstd.QelRecordFields()
+    f.Layout = CLIENT
+    return f
+
+
+def test_field_types_are_module_constants():
+    names = ["qelTypeList", "qelTypeText", "qelTypeNumeric", "qelTypeSigned", "qelTypeDate",
+             "qelTypeRut", "qelTypeAlpha", "qelTypeListEnd"]
+    assert [getattr(qelstd, n) for n in names] == list(range(1, 9))
+
+
+def test_layout_builds_a_collection(fields):
+    assert (fields.Name, fields.Length, fields.Count, len(fields)) == ("CLIENTE", 165, 9, 9)
+    assert fields.Layout == CLIENT
+    assert [f.Name for f in fields] == ["NOMBRE", "MONTO", "ITEMS", "CODE", "AMT", "ITEMS",
+                                        "FECHA", "RUT", "SALDO"]
+    assert fields["monto"] == fields.Item(2) == fields.Find("MONTO")
+    assert fields.Find("NADA") is None and "NADA" not in fields and "rut" in fields
+    monto = fields["MONTO"]
+    assert (monto.DataType, monto.Length, monto.Precision, monto.Format, monto.MaxTextLength) == (
+        qelstd.qelTypeNumeric, 12, 2, "#,##0.00", 16)
+    assert monto.Default == decimal.Decimal(0) and monto.Self == monto
+    items = fields["ITEMS"]
+    assert (items.Dimensions, items.Length, [f.Name for f in items.ListFields]) == (
+        4, 120, ["CODE", "AMT"])
+    assert fields["CODE"].InList and not monto.InList and monto.ListFields is None
+    assert error_of(lambda: fields["NADA"]) == (
+        E_INVALIDARG, "QelRecordFields.Item", "El campo 'NADA' no existe en el registro 'CLIENTE'")
+
+
+def test_refused_layouts_leave_the_collection_alone(fields):
+    forged = CLIENT.replace("X:10:NOMBRE", "X:10:NOMBRF")
+    assert error_of(lambda: setattr(fields, "Layout", forged)) == (
+        E_INVALIDARG, "QelRecordFields.Layout", "La firma no coincide con la definición de campos")
+    number, source, _ = error_of(lambda: setattr(fields, "Layout", CLIENT[:-40]))
+    assert (number, source) == (E_INVALIDARG, "QelRecordFields.Layout:Checksum")
+    assert fields.Layout == CLIENT and fields.Count == 9
+
+
+def test_values_cross_as_python_values(fields):
+    fields["NOMBRE"].SetValue(value="Ana")
+    fields["MONTO"].SetValue(value=decimal.Decimal("1234.567"))
+    fields["FECHA"].SetValue(value=datetime.datetime(2006, 3, 15))
+    fields["RUT"].SetValue(value="12.345.678-5")
+    fields["SALDO"].SetValue(value=-12.345)
+    fields["CODE"].SetValue(3, "C3")
+    fields["AMT"].SetValue(3, 7)
+    assert fields["NOMBRE"].Value() == "Ana"
+    assert fields["MONTO"].Value() == decimal.Decimal("1234.56")
+    assert fields["FECHA"].Value() == datetime.datetime(2006, 3, 15)
+    assert fields["RUT"].Value() == "12345678-5"
+    assert fields["SALDO"].Value() == decimal.Decimal("-12.34")
+    assert fields["AMT"].Value(3) == 7 and fields["AMT"].Value(1) == 0
+    assert [fields[n].Text() for n in ("MONTO", "FECHA", "RUT", "SALDO")] == [
+        "1.234,56", "15-03-2006", "12.345.678-5", "-12,34"]
+    assert fields["SALDO"].Data() == "0123\u00b4"
+    data = fields.RecordData.Data
+    assert data.startswith("Ana       000000123456") and len(data) == 165
+    assert data[82:112] == "C3        " + "0" * 17 + "700"
+
+
+def test_raw_access_fill_null_and_validate(fields):
+    nombre = fields["NOMBRE"]
+    nombre.SetData(value="abcdefghij")
+    assert nombre.Mid(3, 2) == "cd"
+    nombre.SetMid(3, 2, value="XY")
+    assert nombre.Data() == "abXYefghij"
+    assert nombre.IsNull() is False and fields["RUT"].IsNull() is True
+    nombre.Fill = None
+    assert nombre.Data() is None and nombre.Value() is None and nombre.IsNull()
+    nombre.Fill = "-"
+    assert nombre.Value() == "-" * 10
+    with pytest.raises(AttributeError):
+        nombre.Fill
+    assert fields["MONTO"].Validate(123.45) and not fields["MONTO"].Validate(-1)
+    assert not fields["AMT"].Validate(1, 5) and fields["AMT"].Validate(1, 4)
+    assert error_of(lambda: fields["AMT"].Value(5)) == (
+        E_INVALIDARG, "QelRecordField.ValueGet",
+        "No se pudo obtener el valor del campo 'AMT'\r\nIndice '5' fuera de rango")
+    assert error_of(lambda: fields["MONTO"].SetValue(value="abc"))[:2] == (
+        13, "QelRecordField.ValueLet")
+
+
+def test_change_event_and_errors_from_handlers(fields):
+    seen = []
+    code = fields["CODE"]
+    handle = code.Connect("Change", seen.append)
+    code.SetValue(2, "x")
+    code.Fill = "y"
+    assert seen == [2, 1, 2, 3, 4]
+    assert code.Disconnect(handle)
+
+    def refuse(index):
+        raise QelError("rechazado")
+
+    code.Connect("Change", refuse)
+    number, source, description = error_of(lambda: code.SetValue(1, "z"))
+    assert source == "QelRecordField.ValueLet"
+    assert description.startswith("No se pudo cambiar el valor del campo 'CODE'\r\n")
+    assert code.Value(1) == "z", "the data was written before the handler ran"
+
+
+def test_record_data_buffer():
+    d = qelstd.QelRecordData()
+    assert d.SignANSI is qelstd.QelDefaultSignANSI is False
+    d.Data = "abc"
+    assert d.Slot(2, 4) == "bc  "
+    d.SetSlot(5, 2, None)
+    assert d.Slot(5, 2) is None and d.Length == 6
+    d.Pad(8)
+    assert d.Data == "abc \x1a\x1a  "
+    d.Pad(2)
+    assert d.Length == 8
+    fields = qelstd.CreateObject("QelRecordFields")
+    fields.RecordData = d
+    assert fields.RecordData == d
+    assert error_of(lambda: qelstd.CreateObject("QelRecordField"))[0] == 429
