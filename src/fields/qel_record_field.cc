@@ -1,6 +1,6 @@
-// A field's definition comes from one descriptor line; its values are composed into a local
-// buffer first and copied into the record data only once nothing can fail any more, so a
-// failed write leaves the data as it was.
+// A field's definition comes from one descriptor line. A value is converted completely before
+// any character of its slot is written, and a slot past the end of the data is composed aside
+// before the data grows to hold it, so a failed write leaves the data as it was.
 #include "qel/fields/qel_record_field.h"
 
 #include <algorithm>
@@ -471,6 +471,17 @@ Variant QelRecordField::ReadNumber(TextView slot) const {
     digits[i] = static_cast<char>(t[i]);
   }
   Decimal d;
+  if (plain && n <= 19) {  // fits 64 bits: the value and its smallest scale directly
+    uint64_t v = 0;
+    for (size_t i = 0; i + 1 < n; ++i) v = v * 10 + static_cast<uint64_t>(digits[i] - '0');
+    v = v * 10 + static_cast<uint64_t>(digit - u'0');
+    int scale = precision_;
+    while (scale > 0 && v % 10 == 0) {
+      v /= 10;
+      --scale;
+    }
+    return Variant(Decimal::FromParts(v, v == 0 ? 0 : scale, negative));
+  }
   if (plain) {
     digits[n - 1] = static_cast<char>(digit);
     auto parsed = Decimal::FromDigits(std::string_view(digits, n), -precision_, negative);
@@ -514,9 +525,15 @@ Variant QelRecordField::ReadRut(TextView slot) const {
   const qel::Text compact = RightJustify(u"0", Trim(slot), length_);
   const TextView digits = TextView(compact).substr(0, compact.size() - 1);
   const size_t first = std::min(digits.find_first_not_of(u'0'), digits.size() - 1);
+  const char16_t check = UpperChar(compact.back());
   qel::Text dashed(digits.substr(first));
   dashed.push_back(u'-');
-  dashed.push_back(compact.back());
+  dashed.push_back(check);
+  // A well-formed slot is answered here; CRut reads anything else and raises its errors.
+  if (std::all_of(digits.begin(), digits.end(), IsDigit) &&
+      (check == u'?' || RutCheckChar(digits) == check)) {
+    return Variant(std::move(dashed));
+  }
   return Variant(CRut(Variant(std::move(dashed)), 0));
 }
 
@@ -552,20 +569,21 @@ Variant QelRecordField::Value(int32_t index) const {
 void QelRecordField::SetValue(const Variant& value, int32_t index) {
   Guard(u"QelRecordField.ValueLet", kValueLet, [&] {
     const Segment s = ObtainSegment(index);
-    char16_t small[64];
-    qel::Text large;
-    std::span<char16_t> buf(small, static_cast<size_t>(std::max(s.length, 0)));
-    if (s.length > static_cast<int32_t>(std::size(small))) {
-      large.resize(static_cast<size_t>(s.length));
-      buf = std::span<char16_t>(large);
-    }
     qel::Text scratch;
-    const bool has_value = MakeSlot(value, buf, &scratch);
-    const auto out = data_->Writable(s.start, s.length);
-    if (has_value) {
-      std::copy(buf.begin(), buf.end(), out.begin());
+    if (static_cast<int64_t>(s.start) + s.length - 1 <= data_->Length()) {
+      // MakeSlot fails, if at all, before it writes, so the slot can be written in place.
+      const auto out = data_->Writable(s.start, s.length);
+      if (!MakeSlot(value, out, &scratch)) std::fill(out.begin(), out.end(), kNullFiller);
     } else {
-      std::fill(out.begin(), out.end(), kNullFiller);
+      // Past the end of the data: composed aside, so that a failure does not pad the data.
+      qel::Text buf(static_cast<size_t>(s.length), u' ');
+      const bool has_value = MakeSlot(value, buf, &scratch);
+      const auto out = data_->Writable(s.start, s.length);
+      if (has_value) {
+        std::copy(buf.begin(), buf.end(), out.begin());
+      } else {
+        std::fill(out.begin(), out.end(), kNullFiller);
+      }
     }
     NotifyChange(index);
   });

@@ -161,6 +161,7 @@ class QelRecordField final : public Object {
   static void CheckLength(int32_t start, int32_t length, int32_t slot_length);
 
   // Value's slot text into `out` (sized to the slot); false when the slot is to be null.
+  // Every conversion that can fail happens before the first character of `out` is written.
   bool MakeSlot(const Variant& value, std::span<char16_t> out, qel::Text* scratch) const;
   Variant ReadSlot(qel::TextView slot) const;
   bool NumberSlot(const Variant& value, std::span<char16_t> out) const;
