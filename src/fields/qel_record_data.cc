@@ -21,18 +21,16 @@ void CheckRange(int32_t start, int32_t length) {
 
 }  // namespace
 
-bool IsNullSlot(TextView slot) {
-  return !slot.empty() &&
-         std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
+bool IsNullSlotSlow(TextView slot) {
+  return std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
 }
 
 QelRecordData::QelRecordData() : sign_ansi_(QelDefaultSignANSI()) {}
 
-TextView QelRecordData::View(int32_t start, int32_t length, Text* scratch) const {
+TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch) const {
   CheckRange(start, length);
   const size_t begin = static_cast<size_t>(start) - 1;
   const auto len = static_cast<size_t>(length);
-  if (begin + len <= data_.size()) return TextView(data_).substr(begin, len);
   scratch->assign(len, u' ');
   if (begin < data_.size()) scratch->replace(0, data_.size() - begin, data_, begin);
   return *scratch;

@@ -51,18 +51,28 @@ class QelRecordData final : public Object {
   // Cheap access for the fields; ranges are checked as in Slot.
   // The slot's characters: a view into the data when the slot lies inside it (valid until the
   // data next changes), else a blank-padded copy kept in *scratch.
-  TextView View(int32_t start, int32_t length, Text* scratch) const;
+  TextView View(int32_t start, int32_t length, Text* scratch) const {
+    if (start >= 1 && length >= 0 && static_cast<int64_t>(start) + length - 1 <= Length()) {
+      return TextView(data_).substr(static_cast<size_t>(start) - 1, static_cast<size_t>(length));
+    }
+    return PaddedView(start, length, scratch);
+  }
   // The slot's characters to be overwritten in place, after padding the data with blanks to
   // reach it. Valid until the data next changes.
   std::span<char16_t> Writable(int32_t start, int32_t length);
 
  private:
+  TextView PaddedView(int32_t start, int32_t length, Text* scratch) const;
+
   Text data_;
   bool sign_ansi_;
 };
 
 // True when `slot` is not empty and made only of the null filler.
-bool IsNullSlot(TextView slot);
+bool IsNullSlotSlow(TextView slot);
+inline bool IsNullSlot(TextView slot) {
+  return !slot.empty() && slot[0] == kNullFiller && IsNullSlotSlow(slot);
+}
 
 }  // namespace qel
 
