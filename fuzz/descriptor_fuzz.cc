@@ -3,29 +3,20 @@
 //  - Validate's yes means the write succeeds;
 //  - a written value read back and written again gives the same slot (a value that reads as
 //    zero is left out: a negative number truncated to zero keeps its sign mark, zero has none).
-#include <cstdlib>
 #include <string_view>
 
 #include "fields/qel_record_field_internal.h"
+#include "fuzz_helpers.h"
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 
 namespace {
 
-void Check(bool ok) {
-  if (!ok) std::abort();
-}
+using qel::fuzz::Check;
+using qel::fuzz::Try;
 
 bool IsZero(const qel::Variant& v) {
   return v.Is<qel::Decimal>() && v.Get<qel::Decimal>().IsZero();
-}
-
-template <class F>
-void Try(F&& f) {
-  try {
-    f();
-  } catch (const qel::Error&) {
-  }
 }
 
 }  // namespace

@@ -3,20 +3,14 @@
 //    (unless its digits are all zeros);
 //  - CRut's dashed form is a fixed point of CRut, and its compact form at the digit count
 //    agrees with it.
-#include <cstdlib>
 #include <string_view>
 
+#include "fuzz_helpers.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 
-namespace {
-
-void Check(bool ok) {
-  if (!ok) std::abort();
-}
-
-}  // namespace
+using qel::fuzz::Check;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using qel::Text;

@@ -4,12 +4,12 @@
 //  - assigns again, to a new collection and after the thread forgot it, to the same fields;
 //  - has fields whose slots cover exactly its total length (every field filled, the data is
 //    as long as the layout).
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "fields/qel_record_fields_internal.h"
+#include "fuzz_helpers.h"
 #include "qel/fields/layout_digest.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/frame/convert.h"
@@ -18,9 +18,7 @@
 
 namespace {
 
-void Check(bool ok) {
-  if (!ok) std::abort();
-}
+using qel::fuzz::Check;
 
 std::string Dump(const qel::QelRecordFields& fields) {
   std::string out = qel::ToUtf8(fields.Name()) + "/" + std::to_string(fields.Length()) + "/" +
