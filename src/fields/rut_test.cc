@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "frame/testing.h"
-#include "qel/fields/qel_global.h"
 #include "qel/frame/decimal.h"
 
 namespace qel {
@@ -101,33 +98,6 @@ TEST(QelFormatRUT, DisplayForm) {
             "13|QelStd1.QelFormatRUT:QelStd1|No coinciden los tipos");
   testing::ScopedLocale en("en_US.UTF-8");
   EXPECT_EQ(QelFormatRUT(u"0123456785", true), u"12,345,678-5");
-}
-
-TEST(QelGlobal, OneObjectPerThreadForwardingToTheFreeFunctions) {
-  auto g = QelGlobal::Instance();
-  EXPECT_EQ(g, QelGlobal::Instance());
-  EXPECT_EQ(g->GlobalSelf(), g);
-  EXPECT_EQ(CreateObject(u"qelglobal"), g);
-  EXPECT_EQ(g->QelValidateRUT(u"12.345.678-5", 10), u"0123456785");
-  EXPECT_EQ(ErrorOf([&] { g->QelValidateRUT(u"1-k"); }),
-            "-2147024809|QelStd1.QelValidateRUT:InvalidParity|RUT '1-k' con dígito verificador "
-            "incorrecto");
-  ASSERT_NE(g->Locale(), nullptr);
-  ASSERT_NE(g->Sid(), nullptr);
-
-  std::shared_ptr<QelGlobal> other;
-  std::thread([&] { other = QelGlobal::Instance(); }).join();
-  EXPECT_NE(other, g);
-}
-
-TEST(QelGlobal, SignDefaultIsPerThread) {
-  EXPECT_FALSE(QelDefaultSignANSI());
-  QelGlobal::Instance()->SetQelDefaultSignANSI(true);
-  EXPECT_TRUE(QelDefaultSignANSI());
-  bool seen = true;
-  std::thread([&] { seen = QelDefaultSignANSI(); }).join();
-  EXPECT_FALSE(seen);
-  SetQelDefaultSignANSI(false);
 }
 
 }  // namespace

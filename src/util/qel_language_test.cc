@@ -4,49 +4,26 @@
 #include <stdlib.h>
 
 #include <string>
-#include <vector>
 
 namespace qel {
 namespace {
 
-// Sets the three variables QelLanguage reads for the life of the object.
-class ScopedLanguageEnv {
- public:
-  ScopedLanguageEnv(const char* lc_all, const char* lc_messages, const char* lang) {
-    Save("LC_ALL", lc_all);
-    Save("LC_MESSAGES", lc_messages);
-    Save("LANG", lang);
-  }
-  ~ScopedLanguageEnv() {
-    for (const auto& [name, value, had] : saved_) {
-      if (had) {
-        setenv(name.c_str(), value.c_str(), 1);
-      } else {
-        unsetenv(name.c_str());
-      }
-    }
-  }
-
- private:
-  struct Saved {
-    std::string name, value;
-    bool had;
-  };
-  void Save(const char* name, const char* value) {
-    const char* old = getenv(name);
-    saved_.push_back({name, old ? old : "", old != nullptr});
-    if (value) {
-      setenv(name, value, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  std::vector<Saved> saved_;
-};
-
+// The tag QelLanguage reads with LC_ALL, LC_MESSAGES and LANG set as given (null: unset);
+// the environment is restored afterwards.
 std::string TagUnder(const char* lc_all, const char* lc_messages, const char* lang) {
-  ScopedLanguageEnv env(lc_all, lc_messages, lang);
-  return ToUtf8(QelLanguage().Tag());
+  const char* names[] = {"LC_ALL", "LC_MESSAGES", "LANG"};
+  const char* values[] = {lc_all, lc_messages, lang};
+  std::string saved[3];
+  bool had[3];
+  for (int i = 0; i < 3; ++i) {
+    const char* old = getenv(names[i]);
+    had[i] = old != nullptr;
+    if (had[i]) saved[i] = old;
+    values[i] ? setenv(names[i], values[i], 1) : unsetenv(names[i]);
+  }
+  const std::string tag = ToUtf8(QelLanguage().Tag());
+  for (int i = 0; i < 3; ++i) had[i] ? setenv(names[i], saved[i].c_str(), 1) : unsetenv(names[i]);
+  return tag;
 }
 
 TEST(QelLanguage, TagOfTheMessagesLocale) {

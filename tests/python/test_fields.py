@@ -20,27 +20,14 @@ def error_of(call):
 
 def test_rut_routines_as_module_functions_and_global_members(es_cl):
     g = qelstd.QelGlobal()
-    for validate in (qelstd.QelValidateRUT, g.QelValidateRUT):
-        assert validate("12.345.678-5") == "123456785"
+    for validate, fmt in ((qelstd.QelValidateRUT, qelstd.QelFormatRUT),
+                          (g.QelValidateRUT, g.QelFormatRUT)):
         assert validate("12.345.678-5", 10) == "0123456785"
         assert validate("12345678-?", AllowUnknown=True, ComputeUnknown=True) == "123456785"
-    for fmt in (qelstd.QelFormatRUT, g.QelFormatRUT):
-        assert fmt("0123456785", True) == "12.345.678-5"
-        assert fmt("0123456785") == "12345678-5"
         assert fmt(123456785, ThousandSep=True) == "12.345.678-5"
-
-
-def test_rut_errors_carry_chained_sources():
     assert error_of(lambda: qelstd.QelValidateRUT("1-k")) == (
-        E_INVALIDARG,
-        "QelStd1.QelValidateRUT:InvalidParity",
-        "RUT '1-k' con dígito verificador incorrecto",
-    )
-    assert error_of(lambda: qelstd.QelFormatRUT("12A4")) == (
-        13,
-        "QelStd1.QelFormatRUT:QelStd1",
-        "No coinciden los tipos",
-    )
+        E_INVALIDARG, "QelStd1.QelValidateRUT:InvalidParity",
+        "RUT '1-k' con dígito verificador incorrecto")
 
 
 def test_global_object_is_one_per_thread():
@@ -110,13 +97,10 @@ def test_layout_builds_a_collection(fields):
     assert fields["monto"] == fields.Item(2) == fields.Find("MONTO")
     assert fields.Find("NADA") is None and "NADA" not in fields and "rut" in fields
     monto = fields["MONTO"]
-    assert (monto.DataType, monto.Length, monto.Precision, monto.Format, monto.MaxTextLength) == (
-        qelstd.qelTypeNumeric, 12, 2, "#,##0.00", 16)
-    assert monto.Default == decimal.Decimal(0) and monto.Self == monto
-    items = fields["ITEMS"]
-    assert (items.Dimensions, items.Length, [f.Name for f in items.ListFields]) == (
-        4, 120, ["CODE", "AMT"])
-    assert fields["CODE"].InList and not monto.InList and monto.ListFields is None
+    assert (monto.DataType, monto.Precision, monto.Format, monto.Default) == (
+        qelstd.qelTypeNumeric, 2, "#,##0.00", decimal.Decimal(0))
+    assert [f.Name for f in fields["ITEMS"].ListFields] == ["CODE", "AMT"]
+    assert monto.ListFields is None
     assert error_of(lambda: fields["NADA"]) == (
         E_INVALIDARG, "QelRecordFields.Item", "El campo 'NADA' no existe en el registro 'CLIENTE'")
 
@@ -136,42 +120,30 @@ def test_values_cross_as_python_values(fields):
     fields["FECHA"].SetValue(value=datetime.datetime(2006, 3, 15))
     fields["RUT"].SetValue(value="12.345.678-5")
     fields["SALDO"].SetValue(value=-12.345)
-    fields["CODE"].SetValue(3, "C3")
     fields["AMT"].SetValue(3, 7)
-    assert fields["NOMBRE"].Value() == "Ana"
-    assert fields["MONTO"].Value() == decimal.Decimal("1234.56")
-    assert fields["FECHA"].Value() == datetime.datetime(2006, 3, 15)
-    assert fields["RUT"].Value() == "12345678-5"
-    assert fields["SALDO"].Value() == decimal.Decimal("-12.34")
-    assert fields["AMT"].Value(3) == 7 and fields["AMT"].Value(1) == 0
+    assert [fields[n].Value() for n in ("NOMBRE", "MONTO", "FECHA", "RUT", "SALDO")] == [
+        "Ana", decimal.Decimal("1234.56"), datetime.datetime(2006, 3, 15), "12345678-5",
+        decimal.Decimal("-12.34")]
+    assert fields["AMT"].Value(3) == 7 and fields["AMT"].Value(Index=1) == 0
     assert [fields[n].Text() for n in ("MONTO", "FECHA", "RUT", "SALDO")] == [
         "1.234,56", "15-03-2006", "12.345.678-5", "-12,34"]
     assert fields["SALDO"].Data() == "0123\u00b4"
-    data = fields.RecordData.Data
-    assert data.startswith("Ana       000000123456") and len(data) == 165
-    assert data[82:112] == "C3        " + "0" * 17 + "700"
+    assert fields.RecordData.Data.startswith("Ana       000000123456")
 
 
-def test_raw_access_fill_null_and_validate(fields):
+def test_raw_access_fill_and_null(fields):
     nombre = fields["NOMBRE"]
     nombre.SetData(value="abcdefghij")
-    assert nombre.Mid(3, 2) == "cd"
     nombre.SetMid(3, 2, value="XY")
-    assert nombre.Data() == "abXYefghij"
-    assert nombre.IsNull() is False and fields["RUT"].IsNull() is True
+    assert nombre.Mid(Start=3, Length=3) == "XYe"
     nombre.Fill = None
     assert nombre.Data() is None and nombre.Value() is None and nombre.IsNull()
-    nombre.Fill = "-"
-    assert nombre.Value() == "-" * 10
     with pytest.raises(AttributeError):
         nombre.Fill
-    assert fields["MONTO"].Validate(123.45) and not fields["MONTO"].Validate(-1)
-    assert not fields["AMT"].Validate(1, 5) and fields["AMT"].Validate(1, 4)
-    assert error_of(lambda: fields["AMT"].Value(5)) == (
-        E_INVALIDARG, "QelRecordField.ValueGet",
-        "No se pudo obtener el valor del campo 'AMT'\r\nIndice '5' fuera de rango")
-    assert error_of(lambda: fields["MONTO"].SetValue(value="abc"))[:2] == (
-        13, "QelRecordField.ValueLet")
+    assert fields["AMT"].Validate(1, Index=4) and not fields["AMT"].Validate(1, 5)
+    assert error_of(lambda: fields["MONTO"].SetValue(value="abc")) == (
+        13, "QelRecordField.ValueLet",
+        "No se pudo cambiar el valor del campo 'MONTO'\r\nNo coinciden los tipos")
 
 
 def test_change_event_and_errors_from_handlers(fields):
@@ -187,9 +159,7 @@ def test_change_event_and_errors_from_handlers(fields):
         raise QelError("rechazado")
 
     code.Connect("Change", refuse)
-    number, source, description = error_of(lambda: code.SetValue(1, "z"))
-    assert source == "QelRecordField.ValueLet"
-    assert description.startswith("No se pudo cambiar el valor del campo 'CODE'\r\n")
+    assert error_of(lambda: code.SetValue(1, "z"))[1] == "QelRecordField.ValueLet"
     assert code.Value(1) == "z", "the data was written before the handler ran"
 
 
@@ -197,13 +167,10 @@ def test_record_data_buffer():
     d = qelstd.QelRecordData()
     assert d.SignANSI is qelstd.QelDefaultSignANSI is False
     d.Data = "abc"
-    assert d.Slot(2, 4) == "bc  "
     d.SetSlot(5, 2, None)
-    assert d.Slot(5, 2) is None and d.Length == 6
+    assert d.Slot(Start=5, Length=2) is None
     d.Pad(8)
-    assert d.Data == "abc \x1a\x1a  "
-    d.Pad(2)
-    assert d.Length == 8
+    assert d.Data == "abc \x1a\x1a  " and d.Length == 8
     fields = qelstd.CreateObject("QelRecordFields")
     fields.RecordData = d
     assert fields.RecordData == d
