@@ -36,7 +36,7 @@ TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch)
   return *scratch;
 }
 
-std::span<char16_t> QelRecordData::Writable(int32_t start, int32_t length) {
+std::span<char16_t> QelRecordData::Extend(int32_t start, int32_t length) {
   CheckRange(start, length);
   const size_t begin = static_cast<size_t>(start) - 1;
   const auto len = static_cast<size_t>(length);

@@ -721,7 +721,9 @@ bool QelRecordField::Validate(const Variant& value, int32_t index) const {
 
 // ---- Notifications --------------------------------------------------------------------------
 
-void QelRecordField::NotifyChange(int32_t index) { Change.Raise(index); }
+void QelRecordField::NotifyChange(int32_t index) {
+  if (!Change.empty()) Change.Raise(index);
+}
 
 void QelRecordField::NotifyDataChanged() {
   for (int32_t i = 1; i <= occurrences_; ++i) Change.Raise(i);

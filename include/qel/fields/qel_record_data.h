@@ -59,10 +59,16 @@ class QelRecordData final : public Object {
   }
   // The slot's characters to be overwritten in place, after padding the data with blanks to
   // reach it. Valid until the data next changes.
-  std::span<char16_t> Writable(int32_t start, int32_t length);
+  std::span<char16_t> Writable(int32_t start, int32_t length) {
+    if (start >= 1 && length >= 0 && static_cast<int64_t>(start) + length - 1 <= Length()) {
+      return std::span<char16_t>(data_.data() + start - 1, static_cast<size_t>(length));
+    }
+    return Extend(start, length);
+  }
 
  private:
   TextView PaddedView(int32_t start, int32_t length, Text* scratch) const;
+  std::span<char16_t> Extend(int32_t start, int32_t length);
 
   Text data_;
   bool sign_ansi_;
