@@ -3,20 +3,11 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "fuzz_helpers.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
-namespace {
-
-template <class F>
-void Try(F&& f) {
-  try {
-    f();
-  } catch (const qel::Error&) {
-  }
-}
-
-}  // namespace
+using qel::fuzz::Try;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const qel::Text text =

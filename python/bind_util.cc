@@ -1,5 +1,6 @@
-// Desktop utilities: QelLocale.
+// Desktop utilities: QelLocale, QelLanguage.
 #include "bindings.h"
+#include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 
 namespace qel::python {
@@ -12,6 +13,10 @@ void BindUtil(py::module_& m) {
       .def("sDate", &QelLocale::sDate, py::arg("Locale") = Text())
       .def("iDate", &QelLocale::iDate, py::arg("Locale") = Text())
       .def_property_readonly("Name", &QelLocale::Name);
+
+  py::class_<QelLanguage, Object, std::shared_ptr<QelLanguage>>(m, "QelLanguage")
+      .def(py::init<>())
+      .def_property_readonly("Tag", &QelLanguage::Tag);
 }
 
 }  // namespace qel::python

@@ -15,6 +15,7 @@ namespace qel::python {
 namespace py = pybind11;
 
 void BindFrame(py::module_& m);
+void BindFields(py::module_& m);
 void BindProps(py::module_& m);
 void BindUtil(py::module_& m);
 

@@ -5,6 +5,7 @@
 PYBIND11_MODULE(_qelstd, m) {
   m.doc() = "qelstd native module";
   qel::python::BindFrame(m);
+  qel::python::BindFields(m);
   qel::python::BindProps(m);
   qel::python::BindUtil(m);
 }

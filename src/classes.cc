@@ -1,10 +1,14 @@
 // The creatable classes by name. Each subsystem adds its classes to kClasses.
 #include <memory>
 
+#include "qel/fields/qel_global.h"
+#include "qel/fields/qel_record_data.h"
+#include "qel/fields/qel_record_fields.h"
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
+#include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 
 namespace qel {
@@ -20,8 +24,15 @@ ObjectPtr Make() {
   return std::make_shared<T>();
 }
 
+// The global object has one instance per thread.
+ObjectPtr MakeGlobal() { return QelGlobal::Instance(); }
+
 constexpr ClassEntry kClasses[] = {
     {u"QelLocale", &Make<QelLocale>},
+    {u"QelLanguage", &Make<QelLanguage>},
+    {u"QelGlobal", &MakeGlobal},
+    {u"QelRecordData", &Make<QelRecordData>},
+    {u"QelRecordFields", &Make<QelRecordFields>},
     {u"QelProp", &Make<QelProp>},
     {u"QelProps", &Make<QelProps>},
 };

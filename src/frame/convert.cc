@@ -162,46 +162,43 @@ bool IsBooleanWord(const Text& s, bool* value) {
 // platform prints them: plain for decimal exponents -4 <= e < precision, else d.dddE+xx.
 Text BinaryToText(double v, int precision, char16_t decimal) {
   if (v == 0 || !std::isfinite(v)) return u"0";
-  char buf[64];
+  char buf[48];
   const auto r =
       std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, precision - 1);
-  std::string_view s(buf, static_cast<size_t>(r.ptr - buf));
-  Text out;
-  if (s.front() == '-') {
-    out.push_back(u'-');
-    s.remove_prefix(1);
+  const char* p = buf;
+  char16_t out[48];
+  size_t n = 0;
+  if (*p == '-') out[n++] = u'-', ++p;
+  // [-]d.ddde[+-]xx: collect the significant digits, then the exponent.
+  char digits[24];
+  int nd = 0;
+  for (; *p != 'e'; ++p) {
+    if (*p != '.') digits[nd++] = *p;
   }
-  const size_t e = s.find('e');
-  std::string digits;
-  for (size_t i = 0; i < e; ++i) {
-    if (s[i] != '.') digits.push_back(s[i]);
-  }
-  while (digits.size() > 1 && digits.back() == '0') digits.pop_back();
+  while (nd > 1 && digits[nd - 1] == '0') --nd;
   int exp10 = 0;
-  std::from_chars(s.data() + e + (s[e + 1] == '+' ? 2 : 1), s.data() + s.size(), exp10);
-  const int nd = static_cast<int>(digits.size());
+  std::from_chars(p + (p[1] == '+' ? 2 : 1), r.ptr, exp10);
   if (exp10 < -4 || exp10 >= precision) {
-    out.push_back(static_cast<char16_t>(digits[0]));
-    if (nd > 1) {
-      out.push_back(decimal);
-      for (int i = 1; i < nd; ++i) out.push_back(static_cast<char16_t>(digits[i]));
-    }
-    char ebuf[16];
-    std::snprintf(ebuf, sizeof ebuf, "E%c%02d", exp10 < 0 ? '-' : '+', exp10 < 0 ? -exp10 : exp10);
-    out += FromUtf8(ebuf);
+    out[n++] = static_cast<char16_t>(digits[0]);
+    if (nd > 1) out[n++] = decimal;
+    for (int i = 1; i < nd; ++i) out[n++] = static_cast<char16_t>(digits[i]);
+    const int e = exp10 < 0 ? -exp10 : exp10;
+    out[n++] = u'E';
+    out[n++] = exp10 < 0 ? u'-' : u'+';
+    if (e >= 100) out[n++] = static_cast<char16_t>(u'0' + e / 100);
+    out[n++] = static_cast<char16_t>(u'0' + e / 10 % 10);
+    out[n++] = static_cast<char16_t>(u'0' + e % 10);
   } else if (exp10 < 0) {
-    out += u"0";
-    out.push_back(decimal);
-    out.append(static_cast<size_t>(-exp10 - 1), u'0');
-    for (char c : digits) out.push_back(static_cast<char16_t>(c));
+    out[n++] = u'0';
+    out[n++] = decimal;
+    for (int i = exp10 + 1; i < 0; ++i) out[n++] = u'0';
+    for (int i = 0; i < nd; ++i) out[n++] = static_cast<char16_t>(digits[i]);
   } else {
-    for (int i = 0; i <= exp10; ++i) out.push_back(i < nd ? static_cast<char16_t>(digits[i]) : u'0');
-    if (nd > exp10 + 1) {
-      out.push_back(decimal);
-      for (int i = exp10 + 1; i < nd; ++i) out.push_back(static_cast<char16_t>(digits[i]));
-    }
+    for (int i = 0; i <= exp10; ++i) out[n++] = i < nd ? static_cast<char16_t>(digits[i]) : u'0';
+    if (nd > exp10 + 1) out[n++] = decimal;
+    for (int i = exp10 + 1; i < nd; ++i) out[n++] = static_cast<char16_t>(digits[i]);
   }
-  return out;
+  return Text(out, n);
 }
 
 Text IntegerText(int64_t v) {
@@ -220,43 +217,62 @@ void AppendPadded(Text* out, int value, int width) {
 
 struct DateToken {
   enum Kind { kNumber, kDateSep, kTimeSep, kWord };
-  explicit DateToken(Kind k) : kind(k) {}
-  Kind kind;
+  Kind kind = kNumber;
   int value = 0;   // number
   int digits = 0;  // number of digits written
-  Text word;
+  TextView word;   // a view into the text being parsed
 };
+
+// A date text has a handful of tokens; more than kMax is no date.
+struct DateTokens {
+  static constexpr size_t kMax = 16;
+  std::array<DateToken, kMax> items;
+  size_t n = 0;
+  size_t size() const { return n; }
+  const DateToken& operator[](size_t i) const { return items[i]; }
+  bool Push(const DateToken& t) {
+    if (n == kMax) return false;
+    items[n++] = t;
+    return true;
+  }
+};
+
+bool IsDateSep(char16_t c, const LocaleInfo& loc) {
+  return c == u'-' || c == u'/' || c == u'.' || c == loc.date_sep;
+}
 
 bool IsLetter(char16_t c) {
   return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= 0xC0 && c <= 0x24F);
 }
 
-bool TokenizeDate(TextView t, const LocaleInfo& loc, std::vector<DateToken>* out) {
+bool TokenizeDate(TextView t, const LocaleInfo& loc, DateTokens* out) {
   size_t i = 0;
   while (i < t.size()) {
     const char16_t c = t[i];
+    DateToken tok;
     if (c == u' ' || c == u'\t') {
       ++i;
+      continue;
     } else if (c >= u'0' && c <= u'9') {
-      DateToken tok(DateToken::kNumber);
       while (i < t.size() && t[i] >= u'0' && t[i] <= u'9') {
         if (++tok.digits > 9) return false;
         tok.value = tok.value * 10 + (t[i++] - u'0');
       }
-      out->push_back(tok);
-    } else if (c == u'-' || c == u'/' || c == u'.' || c == loc.date_sep) {
-      out->emplace_back(DateToken::kDateSep);
+    } else if (IsDateSep(c, loc)) {
+      tok.kind = DateToken::kDateSep;
       ++i;
     } else if (c == u':') {
-      out->emplace_back(DateToken::kTimeSep);
+      tok.kind = DateToken::kTimeSep;
       ++i;
     } else if (IsLetter(c)) {
-      DateToken tok(DateToken::kWord);
-      while (i < t.size() && (IsLetter(t[i]) || t[i] == u'.')) tok.word.push_back(t[i++]);
-      out->push_back(std::move(tok));
+      tok.kind = DateToken::kWord;
+      const size_t start = i;
+      while (i < t.size() && (IsLetter(t[i]) || t[i] == u'.')) ++i;
+      tok.word = t.substr(start, i - start);
     } else {
       return false;
     }
+    if (!out->Push(tok)) return false;
   }
   return true;
 }
@@ -279,22 +295,24 @@ std::optional<DateParts> DayMonth(int first, int second, int year, bool day_firs
   return std::nullopt;
 }
 
-std::optional<Date> AssembleDate(const std::vector<DateToken>& tok, size_t begin, size_t end,
+std::optional<Date> AssembleDate(const DateTokens& tok, size_t begin, size_t end,
                                  const LocaleInfo& loc, bool* has_date, DateParts* parts) {
   // The date part: N sep N [sep N].
-  std::vector<const DateToken*> nums;
+  if (end - begin > 5) return std::nullopt;
+  if ((end - begin) % 2 == 0 && end > begin) return std::nullopt;  // ends with a separator
+  std::array<const DateToken*, 3> nums{};
+  size_t count = 0;
   for (size_t i = begin; i < end; ++i) {
     const bool want_number = (i - begin) % 2 == 0;
     if (want_number != (tok[i].kind == DateToken::kNumber)) return std::nullopt;
     if (!want_number && tok[i].kind != DateToken::kDateSep) return std::nullopt;
-    if (want_number) nums.push_back(&tok[i]);
+    if (want_number) nums[count++] = &tok[i];
   }
-  if ((end - begin) % 2 == 0 && end > begin) return std::nullopt;  // ends with a separator
-  *has_date = !nums.empty();
-  if (nums.empty()) return Date{};
+  *has_date = count > 0;
+  if (count == 0) return Date{};
   const bool day_first = loc.date_order == DateOrder::kDayMonthYear;
   std::optional<DateParts> p;
-  if (nums.size() == 3) {
+  if (count == 3) {
     if (nums[0]->digits >= 3 || loc.date_order == DateOrder::kYearMonthDay) {
       DateParts q;
       q.year = FullYear(*nums[0]);
@@ -304,7 +322,7 @@ std::optional<Date> AssembleDate(const std::vector<DateToken>& tok, size_t begin
     } else {
       p = DayMonth(nums[0]->value, nums[1]->value, FullYear(*nums[2]), day_first);
     }
-  } else if (nums.size() == 2) {
+  } else if (count == 2) {
     if (nums[0]->digits >= 3) {  // year and month
       DateParts q;
       q.year = nums[0]->value, q.month = nums[1]->value, q.day = 1;
@@ -337,9 +355,36 @@ Variant Unwrap(const Variant& v) {
   return *value;
 }
 
+namespace {
+
+// "nn?nn?nnnn", the form dates travel in, read without tokenizing. False when the text has
+// another shape (the general parser then decides).
+bool ParseShortDate(TextView t, const LocaleInfo& loc, std::optional<Date>* out) {
+  if (t.size() != 10 || loc.date_order == DateOrder::kYearMonthDay || !IsDateSep(t[2], loc) ||
+      t[5] != t[2]) {
+    return false;
+  }
+  int v[8];
+  static constexpr int kDigitAt[8] = {0, 1, 3, 4, 6, 7, 8, 9};
+  for (int k = 0; k < 8; ++k) {
+    const char16_t c = t[kDigitAt[k]];
+    if (c < u'0' || c > u'9') return false;
+    v[k] = c - u'0';
+  }
+  const int year = v[4] * 1000 + v[5] * 100 + v[6] * 10 + v[7];
+  auto p = DayMonth(v[0] * 10 + v[1], v[2] * 10 + v[3], year,
+                    loc.date_order == DateOrder::kDayMonthYear);
+  *out = p ? MakeDate(*p) : std::nullopt;
+  return true;
+}
+
+}  // namespace
+
 std::optional<Date> ParseDate(TextView text, const LocaleInfo& loc) {
-  std::vector<DateToken> tok;
-  if (!TokenizeDate(text, loc, &tok) || tok.empty()) return std::nullopt;
+  std::optional<Date> quick;
+  if (ParseShortDate(text, loc, &quick)) return quick;
+  DateTokens tok;
+  if (!TokenizeDate(text, loc, &tok) || tok.size() == 0) return std::nullopt;
   // The time part starts at the number before the first ":" (or before an AM/PM word).
   size_t time_begin = tok.size();
   for (size_t i = 0; i < tok.size(); ++i) {

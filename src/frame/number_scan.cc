@@ -16,7 +16,7 @@ void PushDigit(ScannedNumber* n, char16_t c, bool fraction) {
     if (fraction) --n->exponent;  // leading zeros of the fraction only move the point
     return;
   }
-  if (n->count < ScannedNumber::kMaxDigits - 1) {
+  if (n->count < ScannedNumber::kMaxDigits - 1) [[likely]] {
     n->digits[n->count++] = static_cast<char>(c);
     if (fraction) --n->exponent;
     return;
@@ -62,7 +62,12 @@ bool ScanRadix(TextView t, size_t i, ScannedNumber* out) {
 }  // namespace
 
 bool ScanNumber(TextView t, char16_t decimal, char16_t thousand, ScannedNumber* out) {
-  *out = ScannedNumber{};
+  out->negative = false;
+  out->radix = false;
+  out->radix_value = 0;
+  out->radix_digits = 0;
+  out->count = 0;
+  out->exponent = 0;
   size_t i = 0;
   const size_t n = t.size();
   while (i < n && IsBlank(t[i])) ++i;

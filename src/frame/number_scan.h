@@ -30,7 +30,7 @@ struct ScannedNumber {
   bool radix = false;        // "&H" / "&O" literal; the value is in radix_value
   uint32_t radix_value = 0;  // two's complement bits of a radix literal
   int radix_digits = 0;
-  char digits[kMaxDigits + 1] = {};  // significant digits, no leading zeros
+  char digits[kMaxDigits];  // significant digits, no leading zeros; `count` are set
   int count = 0;
   int64_t exponent = 0;  // value = digits * 10^exponent
 

@@ -5,6 +5,7 @@ list(APPEND QEL_SOURCES
   src/frame/error.cc
   src/frame/locale.cc
   src/frame/log.cc
+  src/frame/number_format.cc
   src/frame/number_scan.cc
   src/frame/object.cc
   src/frame/template.cc
@@ -15,5 +16,6 @@ list(APPEND QEL_TESTS
   src/frame/convert_test.cc
   src/frame/decimal_test.cc
   src/frame/error_test.cc
+  src/frame/number_format_test.cc
   src/frame/text_test.cc
   src/frame/url_encode_test.cc)

@@ -1,0 +1,30 @@
+// QelFieldTypes: the types of record fields and their one- or two-letter descriptor codes.
+//
+// A field descriptor (one line of a layout signature) starts with the code: "X:30:NAME".
+// Constants only; thread-safe.
+#ifndef QEL_FIELDS_FIELD_TYPES_H_
+#define QEL_FIELDS_FIELD_TYPES_H_
+
+#include <cstdint>
+
+#include "qel/frame/text.h"
+
+namespace qel {
+
+enum QelFieldTypes : int32_t {
+  qelTypeList = 1,     // "LB": begin of a repeated group
+  qelTypeText = 2,     // "X": text
+  qelTypeNumeric = 3,  // "N": unsigned number with Precision decimals
+  qelTypeSigned = 4,   // "S": signed number with Precision decimals
+  qelTypeDate = 5,     // "D": date
+  qelTypeRut = 6,      // "R": RUT
+  qelTypeAlpha = 7,    // "A": alphanumeric text
+  qelTypeListEnd = 8,  // "LE": end of a repeated group
+};
+
+// The descriptor code of a type ("LB", "X", ...), or the empty text outside 1..8.
+TextView FieldTypeCode(int32_t type);
+
+}  // namespace qel
+
+#endif  // QEL_FIELDS_FIELD_TYPES_H_

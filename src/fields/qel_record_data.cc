@@ -1,0 +1,70 @@
+#include "qel/fields/qel_record_data.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "qel/fields/qel_global.h"
+#include "qel/frame/convert.h"
+#include "qel/frame/error.h"
+
+namespace qel {
+namespace {
+
+void CheckRange(int32_t start, int32_t length) {
+  if (start < 1 || length < 0 ||
+      static_cast<int64_t>(start) + length - 1 > std::numeric_limits<int32_t>::max()) {
+    RaiseError(E_INVALIDARG, u"QelRecordData.Slot",
+               u"El rango de %2 caracteres desde la posición %1 es inválido",
+               {Variant(start), Variant(length)});
+  }
+}
+
+}  // namespace
+
+bool IsNullSlotSlow(TextView slot) {
+  return std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
+}
+
+QelRecordData::QelRecordData() : sign_ansi_(QelDefaultSignANSI()) {}
+
+TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch) const {
+  CheckRange(start, length);
+  const size_t begin = static_cast<size_t>(start) - 1;
+  const auto len = static_cast<size_t>(length);
+  scratch->assign(len, u' ');
+  if (begin < data_.size()) scratch->replace(0, data_.size() - begin, data_, begin);
+  return *scratch;
+}
+
+std::span<char16_t> QelRecordData::Extend(int32_t start, int32_t length) {
+  CheckRange(start, length);
+  const size_t begin = static_cast<size_t>(start) - 1;
+  const auto len = static_cast<size_t>(length);
+  if (data_.size() < begin + len) data_.resize(begin + len, u' ');
+  return std::span<char16_t>(data_.data() + begin, len);
+}
+
+Variant QelRecordData::Slot(int32_t start, int32_t length) const {
+  Text scratch;
+  const TextView slot = View(start, length, &scratch);
+  if (IsNullSlot(slot)) return Variant::Null();
+  return Variant(slot);
+}
+
+void QelRecordData::SetSlot(int32_t start, int32_t length, const Variant& text) {
+  CheckRange(start, length);
+  if (text.IsNull()) {
+    auto out = Writable(start, length);
+    std::fill(out.begin(), out.end(), kNullFiller);
+    return;
+  }
+  const Text t = LeftJustify(CStr(text), u" ", length);  // converted before anything changes
+  auto out = Writable(start, length);
+  std::copy(t.begin(), t.end(), out.begin());
+}
+
+void QelRecordData::Pad(int32_t length) {
+  if (length > 0 && data_.size() < static_cast<size_t>(length)) data_.resize(length, u' ');
+}
+
+}  // namespace qel

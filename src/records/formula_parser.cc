@@ -1,0 +1,352 @@
+#include "records/formula_parser.h"
+
+#include <cmath>
+
+#include "qel/frame/convert.h"
+#include "qel/frame/error.h"
+
+namespace qel::internal {
+namespace {
+
+enum class TokenKind { kName = 1, kNumber = 2, kText = 3, kSymbol = 4, kEnd = 5 };
+
+bool IsLetter(char16_t c) {
+  // Letters as a locale-aware comparison between "A" and "Z" sees them: the Latin letters with
+  // or without accents, in either case.
+  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
+         (c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7);
+}
+bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
+class Parser {
+ public:
+  Parser(EvalContext& context, TextView text, int depth)
+      : context_(context), text_(text), depth_(depth) {}
+
+  Variant Evaluate() {
+    Next();
+    Variant v = Logical();
+    if (kind_ != TokenKind::kEnd) Expected(u"EvalText", u"el fin del texto");
+    return v;
+  }
+
+ private:
+  // ---- Tokens ----------------------------------------------------------------------------
+
+  void Next() {
+    while (pos_ < text_.size() &&
+           (text_[pos_] == u' ' || text_[pos_] == u'\t' || text_[pos_] == u'\r' ||
+            text_[pos_] == u'\n')) {
+      ++pos_;
+    }
+    if (pos_ >= text_.size()) {
+      kind_ = TokenKind::kEnd;
+      token_ = u"[EOS]";
+      return;
+    }
+    const size_t start = pos_;
+    const char16_t c = text_[pos_];
+    if (IsLetter(c) || c == u'_' || c == u'$') {
+      while (pos_ < text_.size() && (IsLetter(text_[pos_]) || IsDigit(text_[pos_]) ||
+                                     text_[pos_] == u'_' || text_[pos_] == u'$')) {
+        ++pos_;
+      }
+      kind_ = TokenKind::kName;
+      token_ = text_.substr(start, pos_ - start);
+    } else if (IsDigit(c) || c == u'-') {
+      ++pos_;
+      while (pos_ < text_.size() && IsDigit(text_[pos_])) ++pos_;
+      token_ = text_.substr(start, pos_ - start);
+      if (token_ == u"-") {
+        kind_ = TokenKind::kSymbol;
+      } else {
+        kind_ = TokenKind::kNumber;
+        number_ = CDec(Variant(token_));
+        token_ = CStr(number_);
+      }
+    } else if (c == u'"' || c == u'\'') {
+      ++pos_;
+      token_.clear();
+      while (pos_ < text_.size()) {
+        if (text_[pos_] == c) {
+          if (pos_ + 1 < text_.size() && text_[pos_ + 1] == c) {
+            token_.push_back(c);
+            pos_ += 2;
+            continue;
+          }
+          ++pos_;
+          break;
+        }
+        token_.push_back(text_[pos_++]);
+      }
+      kind_ = TokenKind::kText;
+    } else {
+      ++pos_;
+      if ((c == u'<' || c == u'>') && pos_ < text_.size() &&
+          (text_[pos_] == u'=' || (c == u'<' && text_[pos_] == u'>'))) {
+        ++pos_;
+      }
+      kind_ = TokenKind::kSymbol;
+      token_ = text_.substr(start, pos_ - start);
+    }
+  }
+
+  Variant TokenValue() const {
+    return kind_ == TokenKind::kNumber ? Variant(number_) : Variant(token_);
+  }
+  bool IsSymbol(TextView s) const { return kind_ == TokenKind::kSymbol && token_ == s; }
+  bool IsKeyword(TextView s) const {
+    return kind_ == TokenKind::kName && EqualsNoCase(token_, s);
+  }
+
+  [[noreturn]] void Expected(TextView procedure, TextView what) const {
+    Text source = u"QelRecord.";
+    source += procedure;
+    RaiseError(E_INVALIDARG, source, u"Se encontró '%1' cuando se esperaba %2",
+               {Variant(token_), Variant(what)});
+  }
+
+  // Counts one level of nesting for the life of the object.
+  class Nest {
+   public:
+    explicit Nest(int& depth) : depth_(depth) {
+      if (++depth_ > kMaxEvalDepth) {
+        --depth_;
+        RaiseRuntime(kErrOutOfStack);
+      }
+    }
+    ~Nest() { --depth_; }
+    Nest(const Nest&) = delete;
+    Nest& operator=(const Nest&) = delete;
+
+   private:
+    int& depth_;
+  };
+
+  // ---- Grammar -----------------------------------------------------------------------------
+
+  Variant Logical() {
+    Nest nest(depth_);
+    Variant v = Comparison();
+    for (;;) {
+      bool is_or;
+      if (IsKeyword(u"OR") || IsSymbol(u"|")) {
+        is_or = true;
+      } else if (IsKeyword(u"AND") || IsSymbol(u"&")) {
+        is_or = false;
+      } else {
+        return v;
+      }
+      Next();
+      const Variant r = Comparison();
+      const bool a = CBool(v);
+      const bool b = CBool(r);
+      v = is_or ? (a || b) : (a && b);
+    }
+  }
+
+  Variant Comparison() {
+    Variant v = Unary();
+    if (kind_ != TokenKind::kSymbol) return v;
+    static constexpr TextView kOps[] = {u"=", u"<>", u"<", u"<=", u">", u">="};
+    int op = -1;
+    for (int i = 0; i < 6; ++i) {
+      if (token_ == kOps[i]) op = i;
+    }
+    if (op < 0) return v;
+    Next();
+    const Variant r = Unary();
+    return Compare(v, r, op);
+  }
+
+  Variant Unary() {
+    if (IsKeyword(u"NOT") || IsSymbol(u"!")) {
+      Nest nest(depth_);
+      Next();
+      return !CBool(Unary());
+    }
+    if (IsSymbol(u"@")) {
+      Next();
+      return Formula();
+    }
+    return Term();
+  }
+
+  Variant Term() {
+    switch (kind_) {
+      case TokenKind::kName:
+        return NameRef();
+      case TokenKind::kNumber:
+      case TokenKind::kText: {
+        Variant v = TokenValue();
+        Next();
+        return v;
+      }
+      default:
+        break;
+    }
+    if (!IsSymbol(u"(")) Expected(u"EvalTerm", u"un Nombre o un Valor");
+    Next();
+    Variant v = Logical();
+    if (!IsSymbol(u")")) Expected(u"EvalTerm", u"el símbolo ')'");
+    Next();
+    return v;
+  }
+
+  Variant NameRef() {
+    const qel::Text name = token_;
+    Next();
+    Variant args[3];
+    int count = 0;
+    if (IsSymbol(u"(")) {
+      do {
+        Next();
+        Variant a = Logical();
+        if (count == 3) RaiseRuntime(kErrSubscript);
+        args[count++] = std::move(a);
+      } while (IsSymbol(u","));
+      if (!IsSymbol(u")")) Expected(u"EvalName", u"el símbolo ')'");
+      Next();
+    }
+    if (!name.empty() && name[0] == u'$') {
+      if (auto v = BuiltIn(name, args)) return *v;
+    }
+    return context_.FieldValue(name, args[0]);
+  }
+
+  Variant Formula() {
+    if (!context_.HasFormulas()) {
+      RaiseError(E_INVALIDARG, u"QelRecord.EvalFormula",
+                 u"No se suministraron fórmulas para el operador '@'");
+    }
+    Variant key;
+    if (IsSymbol(u"(")) {
+      Next();
+      key = Logical();
+      if (!IsSymbol(u")")) Expected(u"EvalFormula", u"el símbolo ')'");
+    } else {
+      key = TokenValue();
+    }
+    Next();
+    qel::Text name;
+    try {
+      name = CStr(key);
+    } catch (const Error& e) {
+      RaiseChained(e, u"QelRecord.EvalFormula:",
+                   u"Parámetro del operador '@' no se puede convertir a texto%n%1", {});
+    }
+    const qel::Text formula(Trim(CStr(context_.Formula(name))));
+    if (formula.empty()) {
+      RaiseError(E_INVALIDARG, u"QelRecord.EvalFormula", u"Fórmula '%1' no está definida",
+                 {Variant(name)});
+    }
+    try {
+      Nest nest(depth_);
+      return Parser(context_, formula, depth_).Evaluate();
+    } catch (const Error& e) {
+      RaiseChained(e, u"QelRecord.EvalFormula:", u"No se pudo evaluar la fórmula '%1'%n%2",
+                   {Variant(name)});
+    }
+  }
+
+  // ---- Built-in functions and comparison ------------------------------------------------------
+
+  static std::optional<Variant> BuiltIn(const qel::Text& name, const Variant (&a)[3]) {
+    if (EqualsNoCase(name, u"$False")) return Variant(false);
+    if (EqualsNoCase(name, u"$True")) return Variant(true);
+    if (EqualsNoCase(name, u"$IsNull")) return Variant(a[0].IsNull());
+    if (EqualsNoCase(name, u"$IIf")) return CBool(a[0]) ? a[1] : a[2];
+    const bool len = EqualsNoCase(name, u"$Len"), trim = EqualsNoCase(name, u"$Trim"),
+               left = EqualsNoCase(name, u"$Left"), right = EqualsNoCase(name, u"$Right"),
+               mid = EqualsNoCase(name, u"$Mid");
+    if (!(len || trim || left || right || mid)) return std::nullopt;
+    if (a[0].IsNull()) return Variant::Null();  // text functions pass Null through
+    const qel::Text s = CStr(a[0]);
+    if (len) return Variant(static_cast<int32_t>(s.size()));
+    if (trim) return Variant(Trim(s));
+    if (mid) {
+      const int32_t start = CLng(a[1]);
+      const int32_t n = CLng(a[2]);
+      if (start < 1 || n < 0) RaiseRuntime(kErrInvalidCall);
+      if (static_cast<size_t>(start) > s.size()) return Variant(qel::Text());
+      return Variant(s.substr(static_cast<size_t>(start - 1), static_cast<size_t>(n)));
+    }
+    const int32_t n = CLng(a[1]);
+    if (n < 0) RaiseRuntime(kErrInvalidCall);
+    const size_t k = std::min(s.size(), static_cast<size_t>(n));
+    return Variant(left ? s.substr(0, k) : s.substr(s.size() - k));
+  }
+
+  // True when a text operand can take the other operand's type.
+  static bool Convertible(VarType t) {
+    switch (t) {
+      case VarType::kInteger:
+      case VarType::kLong:
+      case VarType::kSingle:
+      case VarType::kDouble:
+      case VarType::kCurrency:
+      case VarType::kDate:
+      case VarType::kBoolean:
+      case VarType::kDecimal:
+      case VarType::kByte:
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  static int Sign(double d) { return d < 0 ? -1 : (d > 0 ? 1 : 0); }
+
+  // -1, 0 or 1; Null operands are handled by the caller.
+  static int Order(const Variant& a, const Variant& b) {
+    if (a.IsText() && b.IsText()) {
+      const qel::Text x = UCase(a.Get<qel::Text>()), y = UCase(b.Get<qel::Text>());
+      return x < y ? -1 : (x > y ? 1 : 0);
+    }
+    if ((a.IsText() || a.IsEmpty()) && (b.IsText() || b.IsEmpty())) {
+      return Order(Variant(CStr(a)), Variant(CStr(b)));
+    }
+    const bool binary = a.Is<double>() || a.Is<float>() || b.Is<double>() || b.Is<float>() ||
+                        a.Is<Date>() || b.Is<Date>();
+    if (binary) return Sign(CDbl(a) - CDbl(b));
+    const auto c = CDec(a) <=> CDec(b);
+    return c < 0 ? -1 : (c > 0 ? 1 : 0);
+  }
+
+  static Variant Compare(Variant a, Variant b, int op) {
+    a = Unwrap(a);
+    b = Unwrap(b);
+    if (a.IsNull() || b.IsNull()) return Variant::Null();
+    if (a.IsText() && !b.IsText() && Convertible(b.type())) a = ChangeType(a, b.type());
+    if (b.IsText() && !a.IsText() && Convertible(a.type())) b = ChangeType(b, a.type());
+    const int o = Order(a, b);
+    switch (op) {
+      case 0:
+        return o == 0;
+      case 1:
+        return o != 0;
+      case 2:
+        return o < 0;
+      case 3:
+        return o <= 0;
+      case 4:
+        return o > 0;
+      default:
+        return o >= 0;
+    }
+  }
+
+  EvalContext& context_;
+  TextView text_;
+  size_t pos_ = 0;
+  TokenKind kind_ = TokenKind::kEnd;
+  qel::Text token_;
+  Decimal number_;
+  int depth_;
+};
+
+}  // namespace
+
+Variant EvalText(EvalContext& context, TextView text) { return Parser(context, text, 0).Evaluate(); }
+
+}  // namespace qel::internal

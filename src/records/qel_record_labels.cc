@@ -1,0 +1,65 @@
+#include "qel/records/qel_record_labels.h"
+
+#include "qel/frame/convert.h"
+#include "qel/frame/error.h"
+
+namespace qel {
+
+ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
+  const int32_t k = ToLongOr(key, 0);
+  if (k > qelLabelCodeBase) {
+    for (size_t i = 0; i < labels_.size(); ++i) {
+      if (labels_[i]->Code() == k) return static_cast<ptrdiff_t>(i);
+    }
+    return -1;
+  }
+  if (k >= 1 && static_cast<size_t>(k) <= labels_.size()) return k - 1;
+  return -1;
+}
+
+QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
+  if (code <= qelLabelCodeBase) {
+    RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
+               {code});
+  }
+  for (const auto& l : labels_) {
+    if (l->Code() == code) {
+      // The keyed store refuses a second entry under the same key.
+      const Error duplicate(kErrDuplicateKey, kPlatformSource, RuntimeErrorText(kErrDuplicateKey));
+      RaiseChained(duplicate, u"QelRecordLabels.Add:", u"El Label '%1' ya existe en la colección",
+                   {code});
+    }
+  }
+  labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  return labels_.back();
+}
+
+QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
+  const ptrdiff_t i = Find(key);
+  return i < 0 ? nullptr : labels_[static_cast<size_t>(i)];
+}
+
+bool QelRecordLabels::Remove(const Variant& key) {
+  const ptrdiff_t i = Find(key);
+  if (i < 0) return false;
+  labels_.erase(labels_.begin() + i);
+  return true;
+}
+
+Text QelRecordLabels::Value(const Variant& key) const {
+  auto label = Item(key);
+  return label ? label->Value() : Text();
+}
+
+void QelRecordLabels::SetValue(const Variant& key, const Variant& value) {
+  const Text text(RTrim(CStr(value)));
+  if (text.empty()) {
+    Remove(key);
+    return;
+  }
+  auto label = Item(key);
+  if (!label) label = Add(ToLongOr(key, 0));
+  label->SetValue(text);
+}
+
+}  // namespace qel

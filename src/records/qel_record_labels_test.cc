@@ -1,0 +1,67 @@
+#include "qel/records/qel_record_labels.h"
+
+#include <gtest/gtest.h>
+
+#include "frame/testing.h"
+#include "qel/frame/convert.h"
+
+namespace qel {
+namespace {
+
+using testing::ErrorOf;
+
+TEST(QelRecordLabels, ValueTrimsCreatesAndRemoves) {
+  QelRecordLabels labels;
+  labels.SetValue(qelLabelUniqueID, u"ABC   ");
+  ASSERT_TRUE(labels.Exists(qelLabelUniqueID));
+  EXPECT_EQ(labels.Value(qelLabelUniqueID), u"ABC");
+  EXPECT_EQ(labels.Item(qelLabelUniqueID)->CodeChar(), u"U");
+  labels.SetValue(qelLabelUniqueID, u"   ");
+  EXPECT_FALSE(labels.Exists(qelLabelUniqueID));
+  EXPECT_EQ(labels.Value(qelLabelUniqueID), u"");
+  labels.SetValue(qelLabelHostName, u"");  // removing an absent label is no error
+  EXPECT_EQ(labels.Count(), 0);
+}
+
+TEST(QelRecordLabels, KeysAreCodesOrPositions) {
+  QelRecordLabels labels;
+  labels.SetValue(qelLabelTimestamp, u"t1");
+  labels.SetValue(qelLabelJobID, u"j1");
+  EXPECT_EQ(labels.Item(1)->Code(), qelLabelTimestamp);
+  EXPECT_EQ(labels.Item(2)->CodeChar(), u"J");
+  EXPECT_EQ(labels.Item(u"65610")->Value(), u"j1");  // a text key is read as a number
+  EXPECT_EQ(labels.Item(qelLabelUserName), labels.Item(qelLabelDynUserName));
+  EXPECT_EQ(labels.Item(3), nullptr);
+  EXPECT_EQ(labels.Item(99999), nullptr);
+  EXPECT_EQ(labels.Item(u"abc"), nullptr);
+  EXPECT_FALSE(labels.Remove(99999));
+  EXPECT_TRUE(labels.Remove(1));
+  EXPECT_EQ(labels.Item(1)->Code(), qelLabelJobID);
+  EXPECT_EQ(labels.Item(qelLabelTimestamp), nullptr);
+}
+
+TEST(QelRecordLabels, AddRefusesBadAndDuplicateCodes) {
+  QelRecordLabels labels;
+  EXPECT_EQ(ErrorOf([&] { labels.Add(65536); }),
+            "-2147024809|QelRecordLabel.Initialize|Código de Label '65536' es inválido");
+  labels.Add(qelLabelJobID);
+  EXPECT_EQ(ErrorOf([&] { labels.Add(qelLabelJobID); }),
+            "457|QelRecordLabels.Add:QelStd1|El Label '65610' ya existe en la colección");
+  EXPECT_EQ(labels.Count(), 1);
+  // A position that finds nothing cannot become a label.
+  EXPECT_EQ(testing::Catch([&] { labels.SetValue(5, u"x"); }).Number(), E_INVALIDARG);
+  // Any code above the base is accepted, named or not.
+  labels.SetValue(65536 + 0x263A, u"smile");
+  EXPECT_EQ(labels.Item(65536 + 0x263A)->CodeChar(), u"\u263A");
+}
+
+TEST(QelRecordLabels, LabelValueSetDirectlyKeepsBlanks) {
+  QelRecordLabels labels;
+  auto l = labels.Add(qelLabelError);
+  l->SetValue(u"x  ");
+  EXPECT_EQ(labels.Value(qelLabelError), u"x  ");
+  EXPECT_EQ(CStr(Variant(l)), u"x  ");  // Value is the default member
+}
+
+}  // namespace
+}  // namespace qel
