@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "props/props_format.h"
+#include "qel/fields/qel_record_field.h"
 #include "qel/frame/error.h"
 #include "qel/props/qel_props.h"
 
@@ -92,15 +93,8 @@ void QelProp::SetValue(const Variant& value) {
     value_ = std::move(copy);
   } else if (std::dynamic_pointer_cast<QelProps>(obj)) {
     value_ = value;
-  } else if (obj->ClassName() == u"QelRecordField") {
-    // QelRecordField lives in the records subsystem; the bag recognises it by its class name.
-    // A field's default member is its Value of occurrence 1, which is what a bag stores.
-    auto field_value = obj->DefaultValue();
-    if (!field_value || field_value->IsObject()) {
-      RaiseError(E_INVALIDARG, u"QelProp.ValueSet",
-                 u"Asignación de objeto inválido a la propiedad '%1'", {Variant(name_)});
-    }
-    value_ = std::move(*field_value);
+  } else if (auto field = std::dynamic_pointer_cast<QelRecordField>(obj)) {
+    value_ = field->Value(1);  // the field's value of its first occurrence, not the field
   } else {
     RaiseError(E_INVALIDARG, u"QelProp.ValueSet",
                u"Asignación de objeto inválido a la propiedad '%1'", {Variant(name_)});

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "fields/qel_record_field_internal.h"
 #include "frame/testing.h"
 #include "props/props_testing.h"
 #include "qel/frame/convert.h"
@@ -23,14 +24,6 @@ std::shared_ptr<QelProps> Bag(TextView text) {
   bag->LoadFromText(text);
   return bag;
 }
-
-// Stands in for the records subsystem's field, which a bag knows only by its class name.
-class FakeRecordField final : public Object {
- public:
-  TextView ClassName() const override { return u"QelRecordField"; }
-  std::optional<Variant> DefaultValue() override { return value; }
-  Variant value;
-};
 
 TEST(QelPropsKeys, NamesIgnoreCaseAndSurroundingBlanks) {
   QelProps bag;
@@ -82,10 +75,10 @@ TEST(QelPropValue, ObjectsAreTakenByClass) {
   source->SetValue(u"first");
   bag.SetValue(u"copy", source);
   source->SetValue(u"second");
-  auto field = std::make_shared<FakeRecordField>();
-  field->value = Decimal::FromParts(1250, 2, false);
+  auto field = QelRecordFieldInternal::Make(u"N:6.2:MONTO", std::make_shared<QelRecordData>());
+  field->SetValue(Decimal::FromParts(1250, 2, false));
   bag.SetValue(u"field", field);
-  field->value = 0;
+  field->SetValue(0);
   EXPECT_EQ(Dump(bag), "p(3)=1|copy(8)=first|field(14)=12.5");
 
   auto inner = std::make_shared<QelProps>();

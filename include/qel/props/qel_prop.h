@@ -56,7 +56,8 @@ class QelProp final : public Object {
   //  - Nothing raises E_INVALIDARG, source "QelProp.ValueSet",
   //    "Asignación de objeto nulo a la propiedad '%1'" (%1 = the name);
   //  - a QelProp: its value is copied into this property (later changes to it do not show);
-  //  - a QelRecordField: its value of occurrence 1 is stored;
+  //  - a QelRecordField: its value of occurrence 1 is stored (an error reading it is raised
+  //    as the field raises it);
   //  - a QelProps: stored by reference, making this property a nested bag;
   //  - any other object raises E_INVALIDARG, source "QelProp.ValueSet",
   //    "Asignación de objeto inválido a la propiedad '%1'".
