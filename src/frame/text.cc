@@ -2,6 +2,10 @@
 
 #include <array>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace qel {
 namespace {
 
@@ -185,6 +189,23 @@ Text LeftJustify(TextView text, TextView fill, int32_t width) {
   Text out(text);
   out.append(w - text.size(), fill.empty() ? u' ' : fill[0]);
   return out;
+}
+
+size_t FindUnit(TextView text, char16_t c, size_t from) {
+  const size_t n = text.size();
+  size_t i = from;
+#if defined(__SSE2__)
+  const __m128i needle = _mm_set1_epi16(static_cast<short>(c));
+  for (; i + 8 <= n; i += 8) {
+    const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i));
+    const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(chunk, needle));
+    if (mask != 0) return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+  }
+#endif
+  for (; i < n; ++i) {
+    if (text[i] == c) return i;
+  }
+  return TextView::npos;
 }
 
 Text QuoteText(TextView text) {

@@ -50,5 +50,17 @@ TEST(CaseAndTrim, FoldsLatin1AndTrimsBlanksOnly) {
   EXPECT_EQ(Trim(u"   "), u"");
 }
 
+TEST(FindUnit, AgreesWithFindAtEveryOffsetAndLength) {
+  Text t;
+  for (int i = 0; i < 40; ++i) t.push_back(i % 7 == 6 ? u'\x1C' : static_cast<char16_t>(u'a' + i));
+  for (size_t len = 0; len <= t.size(); ++len) {
+    const TextView v = TextView(t).substr(0, len);
+    for (size_t from = 0; from <= len + 1; ++from) {
+      EXPECT_EQ(FindUnit(v, u'\x1C', from), v.find(u'\x1C', from)) << len << " " << from;
+    }
+  }
+  EXPECT_EQ(FindUnit(u"abc", 0xFFFF), TextView::npos);
+}
+
 }  // namespace
 }  // namespace qel

@@ -50,6 +50,10 @@ TextView RTrim(TextView text);
 Text RightJustify(TextView fill, TextView text, int32_t width);
 Text LeftJustify(TextView text, TextView fill, int32_t width);
 
+// Position of the first `c` at or after `from`, or npos. Vectorised where the processor
+// allows; the same result as TextView::find.
+size_t FindUnit(TextView text, char16_t c, size_t from = 0);
+
 // The text between double quotes, with each double quote inside doubled.
 Text QuoteText(TextView text);
 
