@@ -726,6 +726,7 @@ void QelRecordField::NotifyChange(int32_t index) {
 }
 
 void QelRecordField::NotifyDataChanged() {
+  if (Change.empty()) return;
   for (int32_t i = 1; i <= occurrences_; ++i) Change.Raise(i);
 }
 

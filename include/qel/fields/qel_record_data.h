@@ -33,6 +33,8 @@ class QelRecordData final : public Object {
   // The whole data text.
   const Text& Data() const { return data_; }
   void SetData(Text data) { data_ = std::move(data); }
+  // The same, reusing the buffer the data already has.
+  void AssignData(TextView data) { data_.assign(data); }
   int32_t Length() const { return static_cast<int32_t>(data_.size()); }
 
   bool SignANSI() const { return sign_ansi_; }

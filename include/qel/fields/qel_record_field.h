@@ -63,6 +63,8 @@ class QelRecordField final : public Object {
   // Made only by the library (see QelRecordFieldInternal).
   QelRecordField(Key, std::shared_ptr<QelRecordData> data);
   qel::TextView ClassName() const override { return u"QelRecordField"; }
+  // The default member is Value of the first occurrence.
+  std::optional<Variant> DefaultValue() override { return Value(1); }
 
   // ---- Definition (read-only except Format) ----------------------------------------------
 

@@ -60,6 +60,8 @@ class QelRecordFields final : public Object {
   // The layout's digest, name (upper case) and total length in characters.
   const Text& Signature() const { return signature_; }
   const Text& Name() const { return name_; }
+  // Renames the record; the layout text and its digest keep the declared name.
+  void SetName(TextView name) { name_ = Text(name); }
   int32_t Length() const { return length_; }
 
   int32_t Count() const { return static_cast<int32_t>(fields_.size()); }
