@@ -17,6 +17,7 @@ namespace py = pybind11;
 void BindFrame(py::module_& m);
 void BindFields(py::module_& m);
 void BindProps(py::module_& m);
+void BindRecords(py::module_& m);
 void BindUtil(py::module_& m);
 
 // Runs a Python callable from library code: a QelError it raises becomes the same qel::Error,

@@ -7,5 +7,6 @@ PYBIND11_MODULE(_qelstd, m) {
   qel::python::BindFrame(m);
   qel::python::BindFields(m);
   qel::python::BindProps(m);
+  qel::python::BindRecords(m);
   qel::python::BindUtil(m);
 }

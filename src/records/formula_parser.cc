@@ -277,22 +277,9 @@ class Parser {
     return Variant(left ? s.substr(0, k) : s.substr(s.size() - k));
   }
 
-  // True when a text operand can take the other operand's type.
-  static bool Convertible(VarType t) {
-    switch (t) {
-      case VarType::kInteger:
-      case VarType::kLong:
-      case VarType::kSingle:
-      case VarType::kDouble:
-      case VarType::kCurrency:
-      case VarType::kDate:
-      case VarType::kBoolean:
-      case VarType::kDecimal:
-      case VarType::kByte:
-        return true;
-      default:
-        return false;
-    }
+  // True when a text operand can take the other operand's type: a number, a date or a boolean.
+  static bool Convertible(const Variant& v) {
+    return v.IsNumeric() || v.Is<Date>() || v.Is<bool>();
   }
 
   static int Sign(double d) { return d < 0 ? -1 : (d > 0 ? 1 : 0); }
@@ -317,8 +304,8 @@ class Parser {
     a = Unwrap(a);
     b = Unwrap(b);
     if (a.IsNull() || b.IsNull()) return Variant::Null();
-    if (a.IsText() && !b.IsText() && Convertible(b.type())) a = ChangeType(a, b.type());
-    if (b.IsText() && !a.IsText() && Convertible(a.type())) b = ChangeType(b, a.type());
+    if (a.IsText() && Convertible(b)) a = ChangeType(a, b.type());
+    if (b.IsText() && Convertible(a)) b = ChangeType(b, a.type());
     const int o = Order(a, b);
     switch (op) {
       case 0:

@@ -30,8 +30,24 @@ QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
                    {code});
     }
   }
+  for (auto it = spare_.begin(); it != spare_.end(); ++it) {
+    if ((*it)->Code() == code) {
+      labels_.push_back(std::move(*it));
+      spare_.erase(it);
+      labels_.back()->SetValue(u"");
+      return labels_.back();
+    }
+  }
   labels_.push_back(std::make_shared<QelRecordLabel>(code));
   return labels_.back();
+}
+
+void QelRecordLabels::Clear() {
+  spare_.clear();
+  for (auto& label : labels_) {
+    if (label.use_count() == 1) spare_.push_back(std::move(label));
+  }
+  labels_.clear();
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {

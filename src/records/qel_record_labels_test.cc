@@ -63,5 +63,20 @@ TEST(QelRecordLabels, LabelValueSetDirectlyKeepsBlanks) {
   EXPECT_EQ(CStr(Variant(l)), u"x  ");  // Value is the default member
 }
 
+TEST(QelRecordLabels, ALabelHeldByAClientOutlivesClear) {
+  QelRecordLabels labels;
+  labels.SetValue(qelLabelUniqueID, u"a");
+  labels.SetValue(qelLabelJobID, u"j");
+  const auto held = labels.Item(qelLabelUniqueID);
+  labels.Clear();
+  EXPECT_EQ(labels.Count(), 0);
+  labels.SetValue(qelLabelUniqueID, u"b");
+  labels.SetValue(qelLabelJobID, u"k");
+  EXPECT_EQ(held->Value(), u"a");
+  EXPECT_NE(labels.Item(qelLabelUniqueID), held);
+  EXPECT_EQ(labels.Value(qelLabelJobID), u"k");
+  EXPECT_EQ(labels.Item(1)->Code(), qelLabelUniqueID);  // order is the order of adding
+}
+
 }  // namespace
 }  // namespace qel

@@ -94,7 +94,7 @@ class QelRecordLabels final : public Object {
   // nothing, as Add does for codes of 65536 or less).
   void SetValue(const Variant& key, const Variant& value);
   int32_t Count() const { return static_cast<int32_t>(labels_.size()); }
-  void Clear() { labels_.clear(); }
+  void Clear();
 
   // Iteration in insertion order.
   std::vector<QelRecordLabelPtr>::const_iterator begin() const { return labels_.begin(); }
@@ -105,6 +105,10 @@ class QelRecordLabels final : public Object {
   ptrdiff_t Find(const Variant& key) const;
 
   std::vector<QelRecordLabelPtr> labels_;
+  // Removed labels nobody else holds, kept for Add to use again: a record that loads reply
+  // after reply with the same labels does not allocate them each time. Unobservable, since no
+  // client has a reference to them.
+  std::vector<QelRecordLabelPtr> spare_;
 };
 
 }  // namespace qel

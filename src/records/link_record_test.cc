@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "frame/testing.h"
+#include "qel/frame/convert.h"
+#include "qel/records/qel_record.h"
+#include "records/test_layouts.h"
+
+namespace qel {
+namespace {
+
+using testing::Catch;
+using testing::ErrorOf;
+using testing::OrderRecord;
+
+const Text kFS(1, kLabelSeparator), kGS(1, kHeaderSeparator);
+
+TEST(LinkRecord, SerializesTheWorkedExample) {
+  QelRecord r;
+  r.DefLayout(u"EX");
+  r.AddField(u"DATA", qelTypeText, 10);
+  r.EndLayout(true);
+  r.SetOpCode(57);
+  r.Labels()->SetValue(qelLabelUniqueID, u"JUAN");
+  r.SetServerCode(u"AB");
+  r.SetReplyCode(qelRcodeAck);
+  r.SetFormCode(u"F1");
+  r.SetData(u"00123     ");
+  EXPECT_EQ(r.Serialize(), u"!9" + kFS + u"UJUAN" + kGS + u"AB #F1 00123");
+}
+
+TEST(LinkRecord, BlankRecordIsTenCharacters) {
+  auto r = OrderRecord();
+  r->Labels()->Add(qelLabelHostName);  // empty: not written
+  const Text s = r->Serialize();
+  EXPECT_EQ(s, u"! " + kGS + u"       ");
+  EXPECT_EQ(s.size(), 10u);
+}
+
+TEST(LinkRecord, RoundTripRestoresHeaderLabelsAndPaddedData) {
+  testing::ScopedLocale es("es_CL.UTF-8");
+  auto a = OrderRecord();
+  a->SetSequence(50);
+  a->SetOpCode(qelOpcodeReply);
+  a->SetSessionID(70);
+  a->SetReplyCode(qelRcodeNack);
+  a->SetServerCode(u"S1");
+  a->SetFormCode(u"F9");
+  a->SetProtection(qelProtectionInputOnly);
+  a->Labels()->SetValue(qelLabelTimestamp, u"20061231");
+  a->Labels()->SetValue(qelLabelUserName, u"ana maría");
+  a->Fields()->Item(u"CLIENT")->SetValue(u"Ñandú");
+  a->Fields()->Item(u"BALANCE")->SetValue(-12.5);
+  a->Fields()->Item(u"CODE")->SetValue(u"X1", 3);
+  auto b = OrderRecord();
+  b->UnSerialize(a->Serialize());
+  EXPECT_EQ(b->Sequence(), 50);
+  EXPECT_EQ(b->OpCode(), qelOpcodeReply);
+  EXPECT_EQ(b->SessionID(), 70);
+  EXPECT_EQ(b->ReplyCode(), qelRcodeNack);
+  EXPECT_EQ(b->ServerCode(), u"S1");
+  EXPECT_EQ(b->FormCode(), u"F9");
+  EXPECT_EQ(b->Protection(), qelProtectionInputOnly);
+  EXPECT_EQ(b->Labels()->Value(qelLabelUserName), u"ana maría");
+  EXPECT_EQ(b->Labels()->Item(1)->Code(), qelLabelTimestamp);
+  EXPECT_EQ(b->Data().size(), static_cast<size_t>(b->Length()));
+  EXPECT_EQ(b->Data(), a->Data() + Text(b->Length() - a->Data().size(), u' '));
+  EXPECT_EQ(CStr(b->Fields()->Item(u"BALANCE")->Value()), u"-12,5");
+  EXPECT_EQ(b->Fields()->Item(u"CODE")->Value(3), Variant(u"X1"));
+}
+
+TEST(LinkRecord, UnSerializeOddMessages) {
+  auto r = OrderRecord();
+  r->UnSerialize(u"!9");  // no header section: only sequence and opcode
+  EXPECT_EQ(r->Sequence(), 33);
+  EXPECT_EQ(r->OpCode(), 57);
+  EXPECT_EQ(r->Data(), u"");
+  r->UnSerialize(Text(1, char16_t(127)) + u" " + kGS + u"  ~~  ;");
+  EXPECT_EQ(r->Sequence(), 127);  // unchecked, unlike the let
+  EXPECT_EQ(r->Protection(), qelProtectionDisplayOnly);
+  EXPECT_EQ(r->TranCode(), 126);
+  // Data longer than the layout is kept whole.
+  const Text long_data(200, u'x');
+  r->UnSerialize(u"! " + kGS + u"       " + long_data);
+  EXPECT_EQ(r->Data(), long_data);
+  // Empty labels are skipped.
+  r->UnSerialize(u"! " + kFS + u"U" + kFS + u"Hhost" + kGS + u"       data");
+  EXPECT_FALSE(r->Labels()->Exists(qelLabelUniqueID));
+  EXPECT_EQ(r->Labels()->Value(qelLabelHostName), u"host");
+  EXPECT_EQ(r->Text(), u"data");
+  // An FS is looked for before the GS: one inside the data ends the label value there, and
+  // what follows it is read as another label; no header section is left.
+  r->UnSerialize(u"! " + kFS + u"Hhost" + kGS + u"       da" + kFS + u"ta");
+  EXPECT_EQ(r->Labels()->Value(qelLabelHostName), u"host" + kGS + u"       da");
+  EXPECT_EQ(r->Labels()->Value(65536 + u't'), u"a");
+  EXPECT_EQ(r->Data(), u"");
+  EXPECT_EQ(ErrorOf([&] { r->UnSerialize(u"!"); }),
+            "5|QelLinkRecord.UnSerialize:QelStd1|Argumento o llamada a procedimiento no válida");
+  EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kGS + u"AB"); }).Number(), kErrInvalidCall);
+  EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kFS + u"Ua" + kFS + u"Ub" + kGS); }).Number(),
+            kErrDuplicateKey);
+}
+
+TEST(LinkRecord, UnSerializeOfRandomTextLoadsOrRaises) {
+  auto r = OrderRecord();
+  std::mt19937 rng(7);
+  const char16_t alphabet[] = {u'!', u'9', u'a', u' ', kLabelSeparator, kHeaderSeparator, 0,
+                               127, 0xFFFF};
+  for (int i = 0; i < 3000; ++i) {
+    Text msg(rng() % 24, u' ');
+    for (auto& c : msg) c = alphabet[rng() % std::size(alphabet)];
+    try {
+      r->UnSerialize(msg);
+      // Loaded: either no header section (no data) or data padded to the record's length.
+      EXPECT_TRUE(r->Data().empty() || r->Data().size() >= static_cast<size_t>(r->Length()));
+    } catch (const Error& e) {
+      EXPECT_EQ(ToUtf8(e.Source()).rfind("QelLinkRecord.UnSerialize:", 0), 0u);
+    }
+  }
+}
+
+TEST(LinkRecord, ForUrlEncodesThePlainFields) {
+  testing::ScopedLocale es("es_CL.UTF-8");
+  QelRecord r;
+  r.DefLayout(u"P");
+  r.AddField(u"name", qelTypeText, 10);
+  r.AddField(u"age", qelTypeNumeric, 3);
+  r.AddField(u"L", qelTypeList, 2);
+  r.AddField(u"X", qelTypeText, 1);
+  r.AddField(u"L", qelTypeListEnd, 0);
+  r.EndLayout(true);
+  r.Fields()->Item(u"NAME")->SetValue(u"ANA");
+  r.Fields()->Item(u"AGE")->SetValue(30);
+  EXPECT_EQ(r.ForURL(), u"NAME=ANA&AGE=30");
+  r.Fields()->Item(u"NAME")->SetValue(u"Ana & Ñu");
+  EXPECT_EQ(r.ForURL(), u"NAME=Ana+%26+%D1u&AGE=30");
+}
+
+}  // namespace
+}  // namespace qel

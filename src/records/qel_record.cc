@@ -1,0 +1,190 @@
+#include "qel/records/qel_record.h"
+
+#include "qel/frame/convert.h"
+#include "qel/frame/error.h"
+#include "records/layout_builder.h"
+
+namespace qel {
+namespace {
+
+int32_t InRange(int32_t v, int32_t lo, int32_t hi, int32_t fallback) {
+  return v >= lo && v <= hi ? v : fallback;
+}
+
+// Two characters: left-aligned, blank-padded, cut.
+qel::Text TwoChars(const Variant& v) { return LeftJustify(CStr(v), u" ", 2); }
+
+}  // namespace
+
+QelRecord::QelRecord()
+    : data_(std::make_shared<QelRecordData>()),
+      labels_(std::make_shared<QelRecordLabels>()),
+      fields_(std::make_shared<QelRecordFields>(data_)) {
+  Clear();
+}
+
+QelRecord::~QelRecord() = default;
+
+// ---- Header ----------------------------------------------------------------------------------
+
+void QelRecord::SetSequence(int32_t v) { sequence_ = InRange(v, 33, 95, 33); }
+void QelRecord::SetOpCode(int32_t v) { opcode_ = InRange(v, 32, 126, 32); }
+void QelRecord::SetSessionID(int32_t v) { session_id_ = InRange(v, 32, 126, 32); }
+void QelRecord::SetTranCode(int32_t v) { tran_code_ = InRange(v, 32, 126, 32); }
+
+int32_t QelRecord::Protection() const {
+  if (protection_ == 58) return qelProtectionInputOnly;
+  if (protection_ == 59) return qelProtectionDisplayOnly;
+  return protection_;
+}
+
+void QelRecord::SetProtection(int32_t v) {
+  if (v == qelProtectionInputOnly) {
+    protection_ = 58;
+  } else if (v == qelProtectionDisplayOnly) {
+    protection_ = 59;
+  } else {
+    protection_ = InRange(v, 48, 59, 32);
+  }
+}
+
+void QelRecord::SetServerCode(const Variant& v) { server_code_ = TwoChars(v); }
+void QelRecord::SetFormCode(const Variant& v) { form_code_ = TwoChars(v); }
+
+void QelRecord::ResetHeader() {
+  sequence_ = 33;
+  opcode_ = 32;
+  server_code_ = u"  ";
+  session_id_ = 32;
+  tran_code_ = 32;
+  form_code_ = u"  ";
+  protection_ = 32;
+}
+
+// ---- Shape and data --------------------------------------------------------------------------
+
+void QelRecord::SetName(TextView name) { fields_->SetName(name); }
+
+void QelRecord::SetLayout(const Variant& layout) { fields_->SetLayout(CStr(layout)); }
+
+void QelRecord::SetData(const Variant& value) {
+  data_->SetData(CStr(value));
+  fields_->NotifyDataChanged();
+}
+
+qel::Text QelRecord::Text() const { return qel::Text(RTrim(data_->Data())); }
+
+Variant QelRecord::Mid(int32_t start, const Variant& length) const {
+  const int32_t n = length.IsEmpty() ? std::max(0, data_->Length() - start + 1) : CLng(length);
+  return data_->Slot(start, n);
+}
+
+void QelRecord::SetMid(int32_t start, const Variant& length, const Variant& value) {
+  const int32_t n = length.IsEmpty() ? std::max(0, data_->Length() - start + 1) : CLng(length);
+  data_->SetSlot(start, n, value);
+}
+
+void QelRecord::SetFill(const Variant& value) {
+  char16_t c = u' ';
+  if (value.IsNull()) {
+    c = kNullFiller;
+  } else if (value.IsNumeric()) {
+    c = static_cast<char16_t>(CLng(value));
+  } else {
+    const qel::Text t = CStr(value);
+    if (!t.empty()) c = t[0];
+  }
+  SetData(qel::Text(static_cast<size_t>(Length()), c));
+}
+
+void QelRecord::Clear() {
+  ResetHeader();
+  data_->SetData(qel::Text());
+  labels_->Clear();
+  fields_->Clear();
+}
+
+void QelRecord::Initialize(const QelRecord* source) {
+  Chaining(u"QelRecord.Initialize:", [&] {
+    if (source == nullptr) {
+      data_->SetData(qel::Text(static_cast<size_t>(Length()), u' '));
+      for (const auto& f : *fields_) {
+        // The markers of a repeated group carry no value of their own.
+        if (f->DataType() == qelTypeList || f->DataType() == qelTypeListEnd) continue;
+        const Variant def = f->Default();
+        for (int32_t i = 1; i <= f->Occurrences(); ++i) f->SetValue(def, i);
+      }
+      fields_->NotifyDataChanged();
+      return;
+    }
+    if (!EqualsNoCase(source->Signature(), Signature())) {
+      RaiseError(E_INVALIDARG, u"Signature", u"Las firmas de los registros no coinciden");
+    }
+    data_->SetData(source->Data());
+    fields_->NotifyDataChanged();
+  });
+}
+
+void QelRecord::Copy(const QelRecord* source) {
+  Clear();
+  if (source == nullptr) return;
+  SetSignANSI(source->SignANSI());
+  SetLayout(source->Layout());
+  UnSerialize(source->Serialize());
+}
+
+std::shared_ptr<QelRecord> QelRecord::Clone() const {
+  auto copy = std::make_shared<QelRecord>();
+  copy->Copy(this);
+  return copy;
+}
+
+void QelRecord::MoveCorresponding(const QelRecord& source) {
+  for (const auto& f : *fields_) {
+    // Group markers and occurrences inside groups are never moved.
+    if (f->InList() || f->DataType() == qelTypeList || f->DataType() == qelTypeListEnd) continue;
+    auto other = source.Fields()->Find(Variant(f->Name()));
+    if (other && other->DataType() != qelTypeList && other->DataType() != qelTypeListEnd) {
+      f->SetValue(other->Value());
+    }
+  }
+}
+
+// ---- Layout definition -----------------------------------------------------------------------
+
+void QelRecord::DefLayout(TextView name) {
+  Chaining(u"QelRecord.DefLayout:", [&] {
+    if (definition_) {
+      RaiseError(E_FAIL, u"EndLayout", u"No se ha ejecutado el método 'EndLayout'");
+    }
+    // Open before the name is checked: a bad name leaves the definition open.
+    definition_ = std::make_unique<internal::QelLayoutFields>();
+    definition_->Initialize(name);
+  });
+}
+
+namespace {
+[[noreturn]] void NotDefining() {
+  RaiseError(E_FAIL, u"DefLayout", u"No se ha ejecutado el método 'DefLayout'");
+}
+}  // namespace
+
+void QelRecord::AddField(TextView name, int32_t data_type, int32_t length,
+                         const Variant& precision, const Variant& default_value) {
+  Chaining(u"QelRecord.AddField:", [&] {
+    if (!definition_) NotDefining();
+    definition_->Add(name, data_type, length, precision, default_value);
+  });
+}
+
+qel::Text QelRecord::EndLayout(bool apply) {
+  return Chaining(u"QelRecord.EndLayout:", [&] {
+    if (!definition_) NotDefining();
+    qel::Text text = definition_->Build();
+    definition_.reset();
+    if (apply) SetLayout(text);
+    return text;
+  });
+}
+
+}  // namespace qel
