@@ -1,7 +1,8 @@
-// Records: QelRecord, its labels, and the header and label enumerations.
+// Records: QelRecord, its labels, the header and label enumerations, and messages.
 #include "bindings.h"
 #include "qel/frame/convert.h"
 #include "qel/props/qel_props.h"
+#include "qel/records/qel_message.h"
 #include "qel/records/qel_record.h"
 #include "qel/records/qel_record_labels.h"
 
@@ -173,6 +174,40 @@ void BindRecords(py::module_& m) {
           py::arg("Expression"), py::arg("Formulas") = nullptr)
       .def("__getitem__", [](const QelRecord& r, const Variant& key) {
         return r.Fields()->Item(key);
+      });
+
+  py::class_<QelMessage, Object, std::shared_ptr<QelMessage>>(m, "QelMessage")
+      .def(py::init<>())
+      .def_property("Name", &QelMessage::Name,
+                    [](QelMessage& msg, const Variant& v) { msg.SetName(CStr(v)); })
+      .def_property("Sender", &QelMessage::Sender,
+                    [](QelMessage& msg, const Variant& v) { msg.SetSender(CStr(v)); })
+      .def_property("Data", &QelMessage::Data, &QelMessage::SetData)
+      .def_property_readonly("IsObject", &QelMessage::IsObject)
+      .def_property_readonly("IsProps", &QelMessage::IsProps)
+      .def_property_readonly("IsRecord", &QelMessage::IsRecord)
+      .def_property("Props", &QelMessage::Props, &QelMessage::SetProps)
+      .def_property("Record", &QelMessage::Record, &QelMessage::SetRecord);
+
+  py::class_<QelMessages, Object, std::shared_ptr<QelMessages>>(m, "QelMessages")
+      .def(py::init<>())
+      .def(
+          "Add",
+          [](QelMessages& c, QelMessagePtr msg, const Variant& name) {
+            c.Add(std::move(msg), name.IsEmpty() ? Text() : CStr(name));
+          },
+          py::arg("Message"), py::arg("Name") = Variant())
+      .def("Item", &QelMessages::Item, py::arg("Key"))
+      .def("Find", &QelMessages::Find, py::arg("Key"))
+      .def("Remove", &QelMessages::Remove, py::arg("Key"))
+      .def_property_readonly("Count", &QelMessages::Count)
+      .def("Clear", &QelMessages::Clear)
+      .def("__len__", &QelMessages::Count)
+      .def("__getitem__", &QelMessages::Item)
+      .def("__iter__", [](const QelMessages& c) {
+        py::list items;
+        for (const auto& e : c) items.append(py::cast(e.message));
+        return py::iter(items);
       });
 }
 

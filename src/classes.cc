@@ -8,6 +8,7 @@
 #include "qel/frame/object.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
+#include "qel/records/qel_message.h"
 #include "qel/records/qel_record.h"
 #include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
@@ -37,6 +38,8 @@ constexpr ClassEntry kClasses[] = {
     {u"QelProp", &Make<QelProp>},
     {u"QelProps", &Make<QelProps>},
     {u"QelRecord", &Make<QelRecord>},
+    {u"QelMessage", &Make<QelMessage>},
+    {u"QelMessages", &Make<QelMessages>},
 };
 
 }  // namespace

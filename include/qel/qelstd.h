@@ -23,6 +23,7 @@
 #include "qel/frame/variant.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
+#include "qel/records/qel_message.h"
 #include "qel/records/qel_record.h"
 #include "qel/records/qel_record_labels.h"
 #include "qel/util/qel_language.h"

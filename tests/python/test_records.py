@@ -84,3 +84,23 @@ def test_eval_with_formulas(es_cl):
     assert info.value.Source == "QelRecord.Eval:QelRecord.EvalFormula"
     assert info.value.Description.splitlines() == [
         "No se pudo evaluar la fórmula '@NOPE'", "Fórmula 'NOPE' no está definida"]
+
+
+def test_messages_carry_records_and_bags():
+    msgs = qelstd.CreateObject("QelMessages")
+    m = qelstd.QelMessage()
+    m.Name = "MY MSG"
+    r, _ = order_record()
+    m.Record = r
+    assert (m.Name, m.IsRecord, m.IsProps) == ("MYMSG", True, False)
+    assert m.Record == r
+    with pytest.raises(QelError) as info:
+        m.Props
+    assert info.value.Source == "QelMessage.Props"
+    msgs.Add(m, "A")
+    msgs.Add(m)
+    assert len(msgs) == 2 and msgs["a"] == m and msgs.Find("X") is None
+    with pytest.raises(QelError) as info:
+        msgs.Item("X")
+    assert info.value.Description == "El mensaje 'X' no existe"
+    assert [x.Name for x in msgs] == ["MYMSG", "MYMSG"]
