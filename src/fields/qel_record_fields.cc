@@ -315,12 +315,24 @@ void QelRecordFields::SetLayout(TextView text) {
   QelRecordFieldsBuilder::Assign(*layout, this);
 }
 
-std::shared_ptr<QelRecordField> QelRecordFields::Find(const Variant& key) const {
-  if (key.IsText()) {
-    if (!index_) return nullptr;
-    const auto it = index_->find(UCase(key.Get<Text>()));
-    return it == index_->end() ? nullptr : fields_[static_cast<size_t>(it->second)];
+std::shared_ptr<QelRecordField> QelRecordFields::FindName(TextView name) const {
+  if (!index_) return nullptr;
+  char16_t buffer[64];
+  Text long_name;
+  TextView upper;
+  if (name.size() <= std::size(buffer)) {
+    for (size_t i = 0; i < name.size(); ++i) buffer[i] = UpperChar(name[i]);
+    upper = TextView(buffer, name.size());
+  } else {
+    long_name = UCase(name);
+    upper = long_name;
   }
+  const auto it = index_->find(upper);
+  return it == index_->end() ? nullptr : fields_[static_cast<size_t>(it->second)];
+}
+
+std::shared_ptr<QelRecordField> QelRecordFields::Find(const Variant& key) const {
+  if (key.IsText()) return FindName(key.Get<Text>());
   if (!key.IsNumeric()) return nullptr;
   const int32_t position = ToLongOr(key, 0);
   if (position < 1 || position > Count()) return nullptr;

@@ -18,6 +18,24 @@ bool IsLetter(char16_t c) {
 }
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
+// The value of a number token: an optional "-" and decimal digits. Raises 6 beyond the range
+// of a Decimal, as the text conversion would.
+Decimal NumberOf(TextView token) {
+  const bool negative = token[0] == u'-';
+  token.remove_prefix(negative ? 1 : 0);
+  char small[32];
+  std::string large;
+  char* digits = small;
+  if (token.size() > sizeof small) {
+    large.resize(token.size());
+    digits = large.data();
+  }
+  for (size_t i = 0; i < token.size(); ++i) digits[i] = static_cast<char>(token[i]);
+  const auto d = Decimal::FromDigits(std::string_view(digits, token.size()), 0, negative);
+  if (!d) RaiseRuntime(kErrOverflow);
+  return *d;
+}
+
 class Parser {
  public:
   Parser(EvalContext& context, TextView text, int depth)
@@ -61,23 +79,35 @@ class Parser {
         kind_ = TokenKind::kSymbol;
       } else {
         kind_ = TokenKind::kNumber;
-        number_ = CDec(Variant(token_));
-        token_ = CStr(number_);
+        number_ = NumberOf(token_);
       }
     } else if (c == u'"' || c == u'\'') {
+      // A text without doubled quotes is a view of the expression; one with them is unfolded
+      // into a buffer of the parser's own.
       ++pos_;
-      token_.clear();
+      const size_t first = pos_;
+      bool doubled = false;
+      size_t end = text_.size();
       while (pos_ < text_.size()) {
         if (text_[pos_] == c) {
           if (pos_ + 1 < text_.size() && text_[pos_ + 1] == c) {
-            token_.push_back(c);
+            doubled = true;
             pos_ += 2;
             continue;
           }
-          ++pos_;
+          end = pos_++;
           break;
         }
-        token_.push_back(text_[pos_++]);
+        ++pos_;
+      }
+      token_ = text_.substr(first, end - first);
+      if (doubled) {
+        unfolded_.clear();
+        for (size_t i = 0; i < token_.size(); ++i) {
+          unfolded_.push_back(token_[i]);
+          if (token_[i] == c) ++i;
+        }
+        token_ = unfolded_;
       }
       kind_ = TokenKind::kText;
     } else {
@@ -94,6 +124,10 @@ class Parser {
   Variant TokenValue() const {
     return kind_ == TokenKind::kNumber ? Variant(number_) : Variant(token_);
   }
+  // The token as error messages show it.
+  qel::Text TokenText() const {
+    return kind_ == TokenKind::kNumber ? CStr(number_) : qel::Text(token_);
+  }
   bool IsSymbol(TextView s) const { return kind_ == TokenKind::kSymbol && token_ == s; }
   bool IsKeyword(TextView s) const {
     return kind_ == TokenKind::kName && EqualsNoCase(token_, s);
@@ -103,7 +137,7 @@ class Parser {
     Text source = u"QelRecord.";
     source += procedure;
     RaiseError(E_INVALIDARG, source, u"Se encontró '%1' cuando se esperaba %2",
-               {Variant(token_), Variant(what)});
+               {Variant(TokenText()), Variant(what)});
   }
 
   // Counts one level of nesting for the life of the object.
@@ -155,8 +189,7 @@ class Parser {
     }
     if (op < 0) return v;
     Next();
-    const Variant r = Unary();
-    return Compare(v, r, op);
+    return Compare(std::move(v), Unary(), op);
   }
 
   Variant Unary() {
@@ -194,7 +227,7 @@ class Parser {
   }
 
   Variant NameRef() {
-    const qel::Text name = token_;
+    const TextView name = token_;  // a view of the expression, which outlives the call
     Next();
     Variant args[3];
     int count = 0;
@@ -209,7 +242,7 @@ class Parser {
       Next();
     }
     if (!name.empty() && name[0] == u'$') {
-      if (auto v = BuiltIn(name, args)) return *v;
+      if (auto v = BuiltIn(name, args)) return std::move(*v);
     }
     return context_.FieldValue(name, args[0]);
   }
@@ -251,7 +284,7 @@ class Parser {
 
   // ---- Built-in functions and comparison ------------------------------------------------------
 
-  static std::optional<Variant> BuiltIn(const qel::Text& name, const Variant (&a)[3]) {
+  static std::optional<Variant> BuiltIn(TextView name, const Variant (&a)[3]) {
     if (EqualsNoCase(name, u"$False")) return Variant(false);
     if (EqualsNoCase(name, u"$True")) return Variant(true);
     if (EqualsNoCase(name, u"$IsNull")) return Variant(a[0].IsNull());
@@ -261,7 +294,8 @@ class Parser {
                mid = EqualsNoCase(name, u"$Mid");
     if (!(len || trim || left || right || mid)) return std::nullopt;
     if (a[0].IsNull()) return Variant::Null();  // text functions pass Null through
-    const qel::Text s = CStr(a[0]);
+    qel::Text converted;
+    const qel::Text& s = a[0].IsText() ? a[0].Get<qel::Text>() : (converted = CStr(a[0]));
     if (len) return Variant(static_cast<int32_t>(s.size()));
     if (trim) return Variant(Trim(s));
     if (mid) {
@@ -287,8 +321,14 @@ class Parser {
   // -1, 0 or 1; Null operands are handled by the caller.
   static int Order(const Variant& a, const Variant& b) {
     if (a.IsText() && b.IsText()) {
-      const qel::Text x = UCase(a.Get<qel::Text>()), y = UCase(b.Get<qel::Text>());
-      return x < y ? -1 : (x > y ? 1 : 0);
+      const qel::Text& x = a.Get<qel::Text>();
+      const qel::Text& y = b.Get<qel::Text>();
+      const size_t n = std::min(x.size(), y.size());
+      for (size_t i = 0; i < n; ++i) {
+        const char16_t p = UpperChar(x[i]), q = UpperChar(y[i]);
+        if (p != q) return p < q ? -1 : 1;
+      }
+      return x.size() < y.size() ? -1 : (x.size() > y.size() ? 1 : 0);
     }
     if ((a.IsText() || a.IsEmpty()) && (b.IsText() || b.IsEmpty())) {
       return Order(Variant(CStr(a)), Variant(CStr(b)));
@@ -301,8 +341,8 @@ class Parser {
   }
 
   static Variant Compare(Variant a, Variant b, int op) {
-    a = Unwrap(a);
-    b = Unwrap(b);
+    if (a.IsObject()) a = Unwrap(a);
+    if (b.IsObject()) b = Unwrap(b);
     if (a.IsNull() || b.IsNull()) return Variant::Null();
     if (a.IsText() && Convertible(b)) a = ChangeType(a, b.type());
     if (b.IsText() && Convertible(a)) b = ChangeType(b, a.type());
@@ -327,7 +367,8 @@ class Parser {
   TextView text_;
   size_t pos_ = 0;
   TokenKind kind_ = TokenKind::kEnd;
-  qel::Text token_;
+  TextView token_;        // a view of the expression, of unfolded_, or of a literal
+  qel::Text unfolded_;    // a quoted text whose doubled quotes were made single
   Decimal number_;
   int depth_;
 };

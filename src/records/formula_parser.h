@@ -34,7 +34,7 @@ class EvalContext {
   virtual ~EvalContext() = default;
   // The value of the field `name` at occurrence `index` (Empty: the first). Raises as the
   // record's field collection does for an unknown name.
-  virtual Variant FieldValue(const Text& name, const Variant& index) = 0;
+  virtual Variant FieldValue(TextView name, const Variant& index) = 0;
   // Whether named formulas were supplied for "@".
   virtual bool HasFormulas() const = 0;
   // The formula stored under `key`, or an empty text when there is none.

@@ -19,7 +19,7 @@ class FakeRecord : public EvalContext {
   std::map<Text, Text> formulas;
   bool has_formulas = true;
 
-  Variant FieldValue(const Text& name, const Variant& index) override {
+  Variant FieldValue(TextView name, const Variant& index) override {
     auto it = fields.find(UCase(name));
     if (it == fields.end()) {
       RaiseError(E_INVALIDARG, u"QelRecordFields.Item",

@@ -13,8 +13,9 @@ class RecordContext final : public internal::EvalContext {
   RecordContext(const QelRecordFields& fields, const QelProps* formulas)
       : fields_(fields), formulas_(formulas) {}
 
-  Variant FieldValue(const Text& name, const Variant& index) override {
-    auto field = fields_.Item(Variant(name));
+  Variant FieldValue(TextView name, const Variant& index) override {
+    auto field = fields_.FindName(name);
+    if (!field) field = fields_.Item(Variant(name));  // raises the collection's own error
     return field->Value(index.IsEmpty() ? 1 : CLng(index));
   }
   bool HasFormulas() const override { return formulas_ != nullptr; }
