@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
+
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -28,6 +31,28 @@ class ScopedLocale {
 
  private:
   std::string saved_;
+};
+
+// A fresh directory under /tmp, removed with all it holds when the object goes.
+class TempDir {
+ public:
+  TempDir() {
+    char tmpl[] = "/tmp/qel_test_XXXXXX";
+    if (mkdtemp(tmpl) == nullptr) ADD_FAILURE() << "mkdtemp failed";
+    path_ = tmpl;
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::string& path() const { return path_; }
+  std::string File(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
 };
 
 // The error `body` raises, or a failed expectation and an error numbered 0.

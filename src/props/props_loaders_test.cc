@@ -98,19 +98,9 @@ TEST(PropsLoadFromBytes, ReadsWindows1252BagText) {
 
 class PropsLoadFromFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/qel_props_test_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-  }
-  void TearDown() override {
-    for (const auto& f : files_) std::remove(f.c_str());
-    rmdir(dir_.c_str());
-  }
   Text Write(const std::string& name, const std::string& bytes) {
-    const std::string path = dir_ + "/" + name;
+    const std::string path = dir_.File(name);
     std::ofstream(path, std::ios::binary) << bytes;
-    files_.push_back(path);
     return FromUtf8(path);
   }
   std::string Load(const std::string& bytes) {
@@ -119,8 +109,7 @@ class PropsLoadFromFile : public ::testing::Test {
     return Dump(bag);
   }
 
-  std::string dir_;
-  std::vector<std::string> files_;
+  testing::TempDir dir_;
 };
 
 TEST_F(PropsLoadFromFile, DetectsTheEncoding) {
@@ -135,12 +124,12 @@ TEST_F(PropsLoadFromFile, DetectsTheEncoding) {
 TEST_F(PropsLoadFromFile, FailuresNameTheFileAndKeepTheBag) {
   QelProps bag;
   bag.SetValue(u"kept", 1);
-  const Text missing = FromUtf8(dir_ + "/missing.txt");
+  const Text missing = FromUtf8(dir_.File("missing.txt"));
   EXPECT_EQ(ErrorOf([&] { bag.LoadFromFile(missing); }),
             "-2147467259|QelProps.LoadFromFile|No se pudo leer el archivo '" + ToUtf8(missing) +
                 "'\r\nEl archivo no existe");
-  EXPECT_EQ(ErrorOf([&] { bag.LoadFromFile(FromUtf8(dir_)); }),
-            "-2147467259|QelProps.LoadFromFile|No se pudo leer el archivo '" + dir_ +
+  EXPECT_EQ(ErrorOf([&] { bag.LoadFromFile(FromUtf8(dir_.path())); }),
+            "-2147467259|QelProps.LoadFromFile|No se pudo leer el archivo '" + dir_.path() +
                 "'\r\nEs una carpeta");
   EXPECT_EQ(Dump(bag), "kept(3)=1");
   const Text bad = Write("bad.txt", "A=1;B=[");

@@ -1,11 +1,11 @@
 #include "qel/util/file_utils.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+
+#include "frame/testing.h"
 
 namespace qel {
 namespace {
@@ -14,15 +14,7 @@ namespace fs = std::filesystem;
 
 class FileUtils : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/qel_files_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-  }
-  void TearDown() override {
-    SetDocumentOpenerForTesting("");
-    fs::remove_all(dir_);
-  }
+  void TearDown() override { SetDocumentOpenerForTesting(""); }
   Text Path(const std::string& name) const { return FromUtf8((dir_ / name).string()); }
   void Touch(const std::string& name) const { std::ofstream(dir_ / name) << "x"; }
   // An executable script that exits with `code`.
@@ -33,7 +25,8 @@ class FileUtils : public ::testing::Test {
     return p.string();
   }
 
-  fs::path dir_;
+  testing::TempDir temp_;
+  const fs::path dir_{temp_.path()};
 };
 
 TEST_F(FileUtils, DeleteFileSingleAndWildcards) {
