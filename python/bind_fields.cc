@@ -8,6 +8,7 @@
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/fields/rut.h"
+#include "qel/fields/value_compare.h"
 #include "qel/frame/convert.h"
 
 namespace qel::python {
@@ -52,6 +53,28 @@ void BindFields(py::module_& m) {
           "QelFormatRUT",
           [](const QelGlobal&, const Variant& v, bool sep) { return FormatRut(v, sep); },
           py::arg("RutValue"), py::arg("ThousandSep") = false)
+      .def("QelConvert", &QelGlobal::QelConvert, py::arg("Field"), py::arg("Value"),
+           py::arg("WithQelFormat") = false)
+      .def("QelCompare", &QelGlobal::QelCompare, py::arg("Field"), py::arg("Index1") = 1,
+           py::arg("Value2") = Variant(), py::arg("Index2") = 1)
+      .def(
+          "ToDecimal", [](const QelGlobal& g, const Variant& v) { return Variant(g.ToDecimal(v)); },
+          py::arg("Value"))
+      .def("CobolCompare", &QelGlobal::CobolCompare, py::arg("Value1"), py::arg("Value2"))
+      .def(
+          "DeleteFile", [](const QelGlobal& g, const Text& f) { return g.DeleteFile(f); },
+          py::arg("FileName"))
+      .def(
+          "MakeDirectory", [](const QelGlobal& g, const Text& d) { return g.MakeDirectory(d); },
+          py::arg("DirectoryPath"))
+      .def(
+          "RemoveDirectory",
+          [](const QelGlobal& g, const Text& d) { return g.RemoveDirectory(d); },
+          py::arg("DirectoryPath"))
+      .def(
+          "OpenDocument",
+          [](const QelGlobal& g, const Text& d, int32_t h) { return g.OpenDocument(d, h); },
+          py::arg("DocumentPath"), py::arg("Hwnd") = 0)
       .def_property("QelDefaultSignANSI", &QelGlobal::QelDefaultSignANSI,
                     &QelGlobal::SetQelDefaultSignANSI)
       .def_property_readonly("Locale", &QelGlobal::Locale)
@@ -59,6 +82,23 @@ void BindFields(py::module_& m) {
   m.def("QelValidateRUT", &ValidateRut, py::arg("RutText"), py::arg("ReturnSize") = 0,
         py::arg("AllowUnknown") = false, py::arg("ComputeUnknown") = false);
   m.def("QelFormatRUT", &FormatRut, py::arg("RutValue"), py::arg("ThousandSep") = false);
+  m.def("QelConvert", &QelConvert, py::arg("Field"), py::arg("Value"),
+        py::arg("WithQelFormat") = false);
+  m.def("QelCompare", &QelCompare, py::arg("Field"), py::arg("Index1") = 1,
+        py::arg("Value2") = Variant(), py::arg("Index2") = 1);
+  m.def(
+      "ToDecimal", [](const Variant& v) { return Variant(ToDecimal(v)); }, py::arg("Value"));
+  m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"));
+  m.def(
+      "DeleteFile", [](const Text& f) { return DeleteFile(f); }, py::arg("FileName"));
+  m.def(
+      "MakeDirectory", [](const Text& d) { return MakeDirectory(d); }, py::arg("DirectoryPath"));
+  m.def(
+      "RemoveDirectory", [](const Text& d) { return RemoveDirectory(d); },
+      py::arg("DirectoryPath"));
+  m.def(
+      "OpenDocument", [](const Text& d, int32_t h) { return OpenDocument(d, h); },
+      py::arg("DocumentPath"), py::arg("Hwnd") = 0);
 
   data.def(py::init<>())
       .def_property(

@@ -16,6 +16,8 @@ std::shared_ptr<QelGlobal> QelGlobal::Instance() {
 }
 
 QelGlobal::QelGlobal()
-    : locale_(std::make_shared<QelLocale>()), sid_(std::make_shared<QelLanguage>()) {}
+    : locale_(std::make_shared<QelLocale>()),
+      sid_(std::make_shared<QelLanguage>()),
+      decimal_(locale_->sDecimal().front()) {}
 
 }  // namespace qel

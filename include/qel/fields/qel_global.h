@@ -1,17 +1,22 @@
 // QelGlobal: the library's global object, whose members can be used without creating it.
 //
-// In C++ every member is also a free function (QelValidateRUT, QelFormatRUT in rut.h; the sign
-// default below); a QelGlobal object forwards to them. Each thread has one QelGlobal
-// (QelGlobal::Instance, also what CreateObject(u"QelGlobal") returns), made at first use; it
-// owns a QelLocale and a QelLanguage read at that moment. The sign default is per thread too.
-// Nothing here is shared between threads.
+// In C++ every member is also a free function (QelValidateRUT, QelFormatRUT in rut.h; the
+// conversions and comparisons in value_compare.h; the file helpers in util/file_utils.h; the
+// sign default below). Each thread has one QelGlobal (QelGlobal::Instance, also what
+// CreateObject(u"QelGlobal") returns), made at first use; it owns a QelLocale, a QelLanguage
+// and the user's decimal separator, all read at that moment. The free conversion functions use
+// the thread's instance. The sign default is per thread too. Nothing here is shared between
+// threads.
 #ifndef QEL_FIELDS_QEL_GLOBAL_H_
 #define QEL_FIELDS_QEL_GLOBAL_H_
 
+#include <cstdint>
 #include <memory>
 
 #include "qel/fields/rut.h"
+#include "qel/frame/decimal.h"
 #include "qel/frame/object.h"
+#include "qel/util/file_utils.h"
 #include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 
@@ -21,6 +26,8 @@ namespace qel {
 // QelRecordData::SignANSI). Initially false.
 bool QelDefaultSignANSI();
 void SetQelDefaultSignANSI(bool value);
+
+class QelRecordField;
 
 class QelGlobal final : public Object {
  public:
@@ -41,6 +48,38 @@ class QelGlobal final : public Object {
     return qel::QelFormatRUT(rut_value, thousand_sep);
   }
 
+  // ---- Conversion and comparison of field values (see value_compare.h) ----------------------
+
+  // The value made comparable by the field's type: Null, a Decimal, a Date or a text without
+  // trailing blanks. With `with_qel_format`, number texts are read in the host style ("."
+  // groups thousands, "," marks decimals).
+  Variant QelConvert(const QelRecordField& field, const Variant& value,
+                     bool with_qel_format = false) const;
+  // -1, 0 or 1: the field's value at `index1` against `value2` (or, when `value2` holds a
+  // QelRecordField, that field's value at `index2`), both converted by this field's type in
+  // the host number style. Null sorts first. An omitted `value2` (Empty) fails to convert.
+  int32_t QelCompare(const QelRecordField& field, int32_t index1 = 1,
+                     const Variant& value2 = Variant(), int32_t index2 = 1) const;
+  // A host-style number text ("1.234,50") or any numeric value as a Decimal.
+  Decimal ToDecimal(const Variant& value) const;
+  // -1, 0 or 1: two texts by character code with trailing blanks ignored; otherwise both
+  // values as numbers by ToDecimal.
+  int32_t CobolCompare(const Variant& value1, const Variant& value2) const;
+
+  // The decimal separator of the user's locale when this object was made.
+  char16_t DecimalSeparator() const { return decimal_; }
+
+  // ---- Files and documents (see util/file_utils.h): true on success, never raise -----------
+
+  bool DeleteFile(TextView file_name) const { return qel::DeleteFile(file_name); }
+  bool MakeDirectory(TextView directory_path) const { return qel::MakeDirectory(directory_path); }
+  bool RemoveDirectory(TextView directory_path) const {
+    return qel::RemoveDirectory(directory_path);
+  }
+  bool OpenDocument(TextView document_path, int32_t hwnd = 0) const {
+    return qel::OpenDocument(document_path, hwnd);
+  }
+
   bool QelDefaultSignANSI() const { return qel::QelDefaultSignANSI(); }
   void SetQelDefaultSignANSI(bool value) { qel::SetQelDefaultSignANSI(value); }
 
@@ -48,8 +87,15 @@ class QelGlobal final : public Object {
   const std::shared_ptr<QelLanguage>& Sid() const { return sid_; }
 
  private:
+  // One conversion per family of field types; Null gives Null, Empty (a missing value) fails.
+  Variant CmpToText(const Variant& value, bool with_qel_format) const;
+  Variant CmpToNumber(const Variant& value, bool with_qel_format) const;
+  Variant CmpToDate(const Variant& value, bool with_qel_format) const;
+  Variant CmpToRut(const Variant& value, bool with_qel_format) const;
+
   std::shared_ptr<QelLocale> locale_;
   std::shared_ptr<QelLanguage> sid_;
+  char16_t decimal_;
 };
 
 }  // namespace qel

@@ -1,0 +1,246 @@
+#include "qel/fields/value_compare.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+
+#include "fields/qel_record_field_internal.h"
+#include "frame/testing.h"
+#include "qel/frame/convert.h"
+#include "qel/frame/date.h"
+
+namespace qel {
+namespace {
+
+using testing::ErrorOf;
+
+// Conversions and comparisons through a QelGlobal made under es_CL (decimal ",").
+class ValueCompare : public ::testing::Test {
+ protected:
+  // A field with one occurrence on a buffer of its own, holding `value` unless it is Empty.
+  static std::shared_ptr<QelRecordField> Field(const char* descriptor,
+                                               const Variant& value = Variant()) {
+    auto f = QelRecordFieldInternal::Make(T(descriptor), std::make_shared<QelRecordData>());
+    if (!value.IsEmpty()) f->SetValue(value);
+    return f;
+  }
+  // A comparable value as text: "Null", or its type code and its text under es_CL.
+  static std::string Show(const Variant& v) {
+    if (v.IsNull()) return "Null";
+    return std::to_string(static_cast<int>(v.type())) + ":" + ToUtf8(CStr(v));
+  }
+  std::string Convert(const char* descriptor, const Variant& value, bool qel_format = false) {
+    return Show(global_.QelConvert(*Field(descriptor), value, qel_format));
+  }
+
+  testing::ScopedLocale locale_{"es_CL.UTF-8"};
+  QelGlobal global_;
+};
+
+// ---- QelConvert ---------------------------------------------------------------------------
+
+TEST_F(ValueCompare, ReadsTheUsersDecimalSeparatorOnceAtCreation) {
+  EXPECT_EQ(global_.DecimalSeparator(), u',');
+  testing::ScopedLocale us("en_US.UTF-8");
+  EXPECT_EQ(global_.DecimalSeparator(), u',');
+  EXPECT_EQ(QelGlobal().DecimalSeparator(), u'.');
+}
+
+TEST_F(ValueCompare, ConvertsNumbersInTheHostStyleOnlyWhenAsked) {
+  EXPECT_EQ(Convert("N:9.2:N", "1.234,5", true), "14:1234,5");
+  EXPECT_EQ(Convert("S:9.2:S", " -1.234,5 ", true), "14:-1234,5");
+  EXPECT_EQ(Convert("N:9.2:N", 12.5), "14:12,5");
+  // Without the host style the text goes to the locale's own conversion as it stands.
+  testing::ScopedLocale us("en_US.UTF-8");
+  QelGlobal us_global;
+  auto n = Field("N:9.2:N");
+  EXPECT_EQ(ToUtf8(CStr(us_global.QelConvert(*n, "1,5", true))), "1.5");
+  EXPECT_EQ(ToUtf8(CStr(us_global.QelConvert(*n, "1,5", false))), "15");
+  EXPECT_EQ(ErrorOf([&] { us_global.QelConvert(*n, "12x"); }),
+            "13|QelGlobal.CmpToNumber:QelStd1|El valor '12x' no se puede convertir a "
+            "Número\r\nNo coinciden los tipos");
+}
+
+TEST_F(ValueCompare, ConvertsTextsByDroppingTrailingBlanksOnly) {
+  EXPECT_EQ(Convert("X:10:T", "  ab  "), "8:  ab");
+  EXPECT_EQ(Convert("A:10:A", 12), "8:12");
+}
+
+TEST_F(ValueCompare, ConvertsDatesAndTheZeroDateToNull) {
+  EXPECT_EQ(Show(global_.QelConvert(*Field("D:8:D"), " 12/03/2005 ")),
+            Show(Variant(*MakeDate({2005, 3, 12}))));
+  EXPECT_EQ(Convert("D:8:D", "00/00/0000"), "Null");
+  EXPECT_EQ(Convert("D:8:D", "00-00-0000"), "Null");
+  EXPECT_EQ(ErrorOf([&] { Convert("D:8:D", "31/02/2006"); }),
+            "13|QelGlobal.CmpToDate:QelStd1|El valor '31/02/2006' no se puede convertir a "
+            "Fecha\r\nNo coinciden los tipos");
+}
+
+TEST_F(ValueCompare, ConvertsRutsToTheirDigits) {
+  EXPECT_EQ(Convert("R:10.1:R", "12.345.678-5"), "14:12345678");
+  EXPECT_EQ(Convert("R:10.1:R", "12345678"), "14:12345678");  // unknown check character
+  EXPECT_EQ(ErrorOf([&] { Convert("R:10.1:R", "12345678-4"); }),
+            "-2147024809|QelGlobal.CmpToRut:QelStd1.CRut:InvalidParity|El valor '12345678-4' "
+            "no se puede convertir a RUT\r\nRUT '12345678-4' con dígito verificador incorrecto");
+}
+
+TEST_F(ValueCompare, NullConvertsToNullAndAMissingValueFails) {
+  for (const char* d : {"X:4:T", "A:4:A", "N:4:N", "S:4:S", "D:8:D", "R:10.1:R"}) {
+    EXPECT_EQ(Convert(d, Variant::Null()), "Null") << d;
+  }
+  EXPECT_EQ(ErrorOf([&] { Convert("X:4:T", Variant()); }),
+            "13|QelGlobal.CmpToText:QelStd1|El valor '' no se puede convertir a "
+            "Texto\r\nNo coinciden los tipos");
+}
+
+TEST_F(ValueCompare, ListFieldsCannotBeConverted) {
+  EXPECT_EQ(ErrorOf([&] { Convert("LB:4:ITEMS", "x"); }),
+            "-2147024809|QelGlobal.QelConvert|No se puede convertir el campo 'ITEMS'");
+  EXPECT_EQ(ErrorOf([&] { Convert("LE:4:FIN", "x"); }),
+            "-2147024809|QelGlobal.QelConvert|No se puede convertir el campo 'FIN'");
+}
+
+// ---- QelCompare ---------------------------------------------------------------------------
+
+TEST_F(ValueCompare, ComparesTextsByCharacterCode) {
+  auto f = Field("X:5:T", "abc");
+  EXPECT_EQ(global_.QelCompare(*f, 1, "ABC"), 1);
+  EXPECT_EQ(global_.QelCompare(*f, 1, "abd"), -1);
+  EXPECT_EQ(global_.QelCompare(*f, 1, "abc   "), 0);
+  EXPECT_EQ(global_.QelCompare(*f, 1, " abc"), 1);
+  EXPECT_EQ(global_.QelCompare(*Field("A:5:A", "ab "), 1, "ab"), 0);
+  EXPECT_EQ(global_.QelCompare(*Field("X:5:T", "\u00e9"), 1, "z"), 1);  // é after z
+}
+
+TEST_F(ValueCompare, ComparesNumbersInTheHostStyle) {
+  auto f = Field("N:9.2:N", *ParseDecimal(u"1234,5", ThreadLocale()));
+  EXPECT_EQ(global_.QelCompare(*f, 1, "1.234,50"), 0);
+  EXPECT_EQ(global_.QelCompare(*f, 1, "1.234,51"), -1);
+  EXPECT_EQ(global_.QelCompare(*f, 1, " 999 "), 1);
+  EXPECT_EQ(global_.QelCompare(*f, 1, 1234.5), 0);
+  EXPECT_EQ(global_.QelCompare(*Field("S:5:S", -3), 1, "-2"), -1);
+}
+
+TEST_F(ValueCompare, ComparesDatesAndRutsByValue) {
+  auto d = Field("D:8:D", *MakeDate({2005, 3, 12}));
+  EXPECT_EQ(global_.QelCompare(*d, 1, "12/03/2005"), 0);
+  EXPECT_EQ(global_.QelCompare(*d, 1, "13-03-2005"), -1);
+  EXPECT_EQ(global_.QelCompare(*d, 1, *MakeDate({2004, 12, 31})), 1);
+  auto r = Field("R:10.1:R", "12345678-5");
+  EXPECT_EQ(global_.QelCompare(*r, 1, "9.999.999-3"), 1);  // 9999999 < 12345678 as numbers
+  EXPECT_EQ(global_.QelCompare(*r, 1, "12345678"), 0);     // the check character is ignored
+}
+
+TEST_F(ValueCompare, NullSortsFirst) {
+  auto null_field = Field("N:4:N", Variant::Null());
+  auto five = Field("N:4:N", 5);
+  EXPECT_EQ(global_.QelCompare(*null_field, 1, "5"), -1);
+  EXPECT_EQ(global_.QelCompare(*five, 1, Variant::Null()), 1);
+  EXPECT_EQ(global_.QelCompare(*null_field, 1, Variant::Null()), 0);
+  EXPECT_EQ(global_.QelCompare(*Field("D:8:D", Variant::Null()), 1, "00/00/0000"), 0);
+}
+
+TEST_F(ValueCompare, ComparesAgainstAnotherFieldAtItsIndex) {
+  auto data = std::make_shared<QelRecordData>();
+  auto list = QelRecordFieldInternal::Make(u"N:3:L", data);
+  QelRecordFieldInternal::Place(*list, 1, 3, 3, 3, true);
+  list->SetValue(7, 1);
+  list->SetValue(1, 2);
+  list->SetValue(2, 3);
+  // The other field's value is converted by the first field's type: a text field compares
+  // "7" and "10" as texts.
+  auto text = Field("X:3:T", "10");
+  EXPECT_EQ(global_.QelCompare(*text, 1, Variant(list), 1), -1);
+  auto number = Field("N:3:N", 2);
+  EXPECT_EQ(global_.QelCompare(*number, 1, Variant(list), 2), 1);
+  EXPECT_EQ(global_.QelCompare(*number, 1, Variant(list), 3), 0);
+  EXPECT_EQ(global_.QelCompare(*list, 2, Variant(number)), -1);
+  const Error inner = testing::Catch([&] { list->Value(4); });
+  const Error e = testing::Catch([&] { global_.QelCompare(*number, 1, Variant(list), 4); });
+  EXPECT_EQ(e.Number(), inner.Number());
+  EXPECT_EQ(e.Source(), u"QelGlobal.QelCompare:" + inner.Source());
+  EXPECT_EQ(e.Description(), u"No se puede comparar el campo 'N'\r\n" + inner.Description());
+}
+
+TEST_F(ValueCompare, ChainsTheSourcesOfAFailedComparison) {
+  auto r = Field("R:10.1:R", "12345678-5");
+  EXPECT_EQ(ErrorOf([&] { global_.QelCompare(*r, 1, "12345678-4"); }),
+            "-2147024809|QelGlobal.QelCompare:QelGlobal.CmpToRut:QelStd1.CRut:InvalidParity|"
+            "No se puede comparar el campo 'R'\r\nEl valor '12345678-4' no se puede convertir a "
+            "RUT\r\nRUT '12345678-4' con dígito verificador incorrecto");
+  // Value2 omitted.
+  EXPECT_EQ(ErrorOf([&] { global_.QelCompare(*Field("N:4:N", 1)); }),
+            "13|QelGlobal.QelCompare:QelGlobal.CmpToNumber:QelStd1|No se puede comparar el "
+            "campo 'N'\r\nEl valor '' no se puede convertir a Número\r\nNo coinciden los tipos");
+  EXPECT_EQ(testing::Catch([&] { global_.QelCompare(*Field("LB:4:ITEMS"), 1, "x"); }).Source(),
+            u"QelGlobal.QelCompare:QelGlobal.QelConvert");
+}
+
+// ---- ToDecimal and CobolCompare -------------------------------------------------------------
+
+TEST_F(ValueCompare, ToDecimalReadsTheHostStyle) {
+  EXPECT_EQ(ToUtf8(CStr(global_.ToDecimal(" -1.234,50 "))), "-1234,5");
+  EXPECT_EQ(ToUtf8(CStr(global_.ToDecimal(7))), "7");
+  EXPECT_EQ(ToUtf8(CStr(global_.ToDecimal("1.234.567"))), "1234567");
+  EXPECT_EQ(ErrorOf([&] { global_.ToDecimal(Variant::Null()); }),
+            "94|QelGlobal.ToDecimal:QelStd1|El valor '%1' no se puede convertir a "
+            "Número\r\nUso no válido de Null");
+  EXPECT_EQ(ErrorOf([&] { global_.ToDecimal("uno"); }),
+            "13|QelGlobal.ToDecimal:QelStd1|El valor 'uno' no se puede convertir a "
+            "Número\r\nNo coinciden los tipos");
+}
+
+TEST_F(ValueCompare, CobolCompareIgnoresTrailingBlanksAndComparesNumbersByValue) {
+  EXPECT_EQ(global_.CobolCompare("ABC  ", "ABC"), 0);
+  EXPECT_EQ(global_.CobolCompare(" ABC", "ABC"), -1);
+  EXPECT_EQ(global_.CobolCompare("abc", "ABC"), 1);
+  EXPECT_EQ(global_.CobolCompare(10, "9,5"), 1);
+  EXPECT_EQ(global_.CobolCompare("10", "9,5"), -1);  // both texts: by character code
+  EXPECT_EQ(global_.CobolCompare(1234.5, "1.234,50"), 0);
+  EXPECT_EQ(global_.CobolCompare("1.234,49", 1234.5), -1);
+  EXPECT_EQ(ErrorOf([&] { global_.CobolCompare(Variant::Null(), 1); }),
+            "94|QelGlobal.CobolCompare:QelGlobal.ToDecimal:QelStd1|No se pueden comparar los "
+            "valores suministrados\r\nEl valor '%1' no se puede convertir a Número\r\nUso no "
+            "válido de Null");
+}
+
+TEST(ValueCompareFree, UseTheThreadsGlobalObject) {
+  // A thread of its own, so that its QelGlobal is made under es_CL.
+  std::string result;
+  std::thread([&] {
+    testing::ScopedLocale es("es_CL.UTF-8");
+    auto f = QelRecordFieldInternal::Make(u"N:9.2:N", std::make_shared<QelRecordData>());
+    f->SetValue(*ParseDecimal(u"1234,5", ThreadLocale()));
+    result = ToUtf8(CStr(QelConvert(*f, "1.234,5", true))) + "|" +
+             std::to_string(QelCompare(*f, 1, "1.234,50")) + "|" +
+             ToUtf8(CStr(ToDecimal("2.000,25"))) + "|" +
+             std::to_string(CobolCompare("B", "A  ")) + "|" +
+             std::to_string(QelGlobal::Instance()->DecimalSeparator() == u',');
+  }).join();
+  EXPECT_EQ(result, "1234,5|0|2000,25|1|1");
+}
+
+TEST(GlobalFiles, ForwardsToTheFileHelpers) {
+  char tmpl[] = "/tmp/qel_global_XXXXXX";
+  ASSERT_NE(mkdtemp(tmpl), nullptr);
+  const Text dir = FromUtf8(tmpl), sub = dir + u"/sub";
+  QelGlobal& g = *QelGlobal::Instance();
+  EXPECT_TRUE(g.MakeDirectory(sub));
+  EXPECT_FALSE(g.MakeDirectory(sub));
+  const std::string file = std::string(tmpl) + "/sub/a.txt";
+  FILE* fp = fopen(file.c_str(), "w");
+  ASSERT_NE(fp, nullptr);
+  fclose(fp);
+  EXPECT_FALSE(g.RemoveDirectory(sub));
+  EXPECT_TRUE(g.DeleteFile(sub + u"/*.txt"));
+  EXPECT_FALSE(g.DeleteFile(sub + u"/a.txt"));
+  EXPECT_TRUE(g.RemoveDirectory(sub));
+  EXPECT_FALSE(g.OpenDocument(u"", 0));
+  EXPECT_TRUE(g.RemoveDirectory(dir));
+}
+
+}  // namespace
+}  // namespace qel
