@@ -50,28 +50,38 @@ Decimal TextToDecimal(const Text& s) {
   return *d;
 }
 
+// A finite, nonzero binary value rounded to `precision` significant digits and taken apart:
+// value = (negative ? -1 : 1) * 0.d1d2...dn * 10^(exp10 + 1), trailing zeros dropped.
+struct Significant {
+  bool negative = false;
+  char digits[24];
+  int count = 0;
+  int exp10 = 0;  // the exponent of the first digit
+};
+
+Significant Decompose(double v, int precision) {
+  char buf[48];
+  const auto r =
+      std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, precision - 1);
+  // buf: [-]d.ddde[+-]xx
+  Significant out;
+  const char* p = buf;
+  if (*p == '-') out.negative = true, ++p;
+  for (; *p != 'e'; ++p) {
+    if (*p != '.') out.digits[out.count++] = *p;
+  }
+  while (out.count > 1 && out.digits[out.count - 1] == '0') --out.count;
+  std::from_chars(p + (p[1] == '+' ? 2 : 1), r.ptr, out.exp10);
+  return out;
+}
+
 // A double or float rounded to `digits` significant digits, exactly.
 Decimal DecimalOfBinary(double v, int digits) {
   if (!std::isfinite(v)) Overflow();
   if (v == 0) return Decimal();
-  char buf[64];
-  const auto r = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, digits - 1);
-  // buf: [-]d.ddde[+-]xx
-  std::string_view s(buf, static_cast<size_t>(r.ptr - buf));
-  bool negative = false;
-  if (s.front() == '-') {
-    negative = true;
-    s.remove_prefix(1);
-  }
-  const size_t e = s.find('e');
-  char digs[40];
-  size_t nd = 0;
-  for (size_t i = 0; i < e; ++i) {
-    if (s[i] != '.') digs[nd++] = s[i];
-  }
-  int exp10 = 0;
-  std::from_chars(s.data() + e + (s[e + 1] == '+' ? 2 : 1), s.data() + s.size(), exp10);
-  auto d = Decimal::FromDigits({digs, nd}, exp10 - static_cast<int>(nd) + 1, negative);
+  const Significant sig = Decompose(v, digits);
+  auto d = Decimal::FromDigits({sig.digits, static_cast<size_t>(sig.count)},
+                               sig.exp10 - sig.count + 1, sig.negative);
   if (!d) Overflow();
   return d->Normalized();
 }
@@ -162,22 +172,13 @@ bool IsBooleanWord(const Text& s, bool* value) {
 // platform prints them: plain for decimal exponents -4 <= e < precision, else d.dddE+xx.
 Text BinaryToText(double v, int precision, char16_t decimal) {
   if (v == 0 || !std::isfinite(v)) return u"0";
-  char buf[48];
-  const auto r =
-      std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific, precision - 1);
-  const char* p = buf;
+  const Significant sig = Decompose(v, precision);
+  const char* digits = sig.digits;
+  const int nd = sig.count;
+  const int exp10 = sig.exp10;
   char16_t out[48];
   size_t n = 0;
-  if (*p == '-') out[n++] = u'-', ++p;
-  // [-]d.ddde[+-]xx: collect the significant digits, then the exponent.
-  char digits[24];
-  int nd = 0;
-  for (; *p != 'e'; ++p) {
-    if (*p != '.') digits[nd++] = *p;
-  }
-  while (nd > 1 && digits[nd - 1] == '0') --nd;
-  int exp10 = 0;
-  std::from_chars(p + (p[1] == '+' ? 2 : 1), r.ptr, exp10);
+  if (sig.negative) out[n++] = u'-';
   if (exp10 < -4 || exp10 >= precision) {
     out[n++] = static_cast<char16_t>(digits[0]);
     if (nd > 1) out[n++] = decimal;

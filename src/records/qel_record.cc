@@ -74,14 +74,17 @@ void QelRecord::SetData(const Variant& value) {
 
 qel::Text QelRecord::Text() const { return qel::Text(RTrim(data_->Data())); }
 
+// A slice's length: the one given, or the rest of the data from `start`.
+static int32_t SliceLength(const QelRecordData& data, int32_t start, const Variant& length) {
+  return length.IsEmpty() ? std::max(0, data.Length() - start + 1) : CLng(length);
+}
+
 Variant QelRecord::Mid(int32_t start, const Variant& length) const {
-  const int32_t n = length.IsEmpty() ? std::max(0, data_->Length() - start + 1) : CLng(length);
-  return data_->Slot(start, n);
+  return data_->Slot(start, SliceLength(*data_, start, length));
 }
 
 void QelRecord::SetMid(int32_t start, const Variant& length, const Variant& value) {
-  const int32_t n = length.IsEmpty() ? std::max(0, data_->Length() - start + 1) : CLng(length);
-  data_->SetSlot(start, n, value);
+  data_->SetSlot(start, SliceLength(*data_, start, length), value);
 }
 
 void QelRecord::SetFill(const Variant& value) {
