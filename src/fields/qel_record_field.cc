@@ -238,10 +238,11 @@ void QelRecordFieldInternal::Initialize(QelRecordField& f, TextView descriptor) 
         break;
       case qelTypeNumeric:
       case qelTypeSigned: {
+        // A scale past Decimal's 28 places does not exist; refused before the pattern is
+        // built, which would otherwise take one character per decimal.
+        if (f.precision_ >= static_cast<int32_t>(kPow10.size())) RaiseRuntime(kErrOverflow);
         f.format_ = u"#,##0";
         if (f.precision_ > 0) f.format_ += u"." + Text(static_cast<size_t>(f.precision_), u'0');
-        // A scale past Decimal's 28 places does not exist.
-        if (f.precision_ >= static_cast<int32_t>(kPow10.size())) RaiseRuntime(kErrOverflow);
         f.scale_ = Decimal::FromParts(kPow10[static_cast<size_t>(f.precision_)], 0, false);
         break;
       }

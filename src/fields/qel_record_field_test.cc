@@ -104,6 +104,8 @@ TEST_F(FieldTest, BadDescriptorsNameTheFailedCheck) {
   EXPECT_EQ(error("N:40.29:X"),
             "6|QelRecordField.Initialize:QelStd1|El descriptor de campo 'N:40.29:X' es "
             "inválido\r\nDesbordamiento");
+  // Refused before anything the size of the precision is built.
+  EXPECT_EQ(testing::Catch([&] { Field("N:12.2000000000:X"); }).Number(), kErrOverflow);
 }
 
 // ---- Numbers --------------------------------------------------------------------------------
