@@ -3,6 +3,8 @@
 // Workloads:
 //   Floor                 copying the serialised record text into a new string
 //   SerializeUnSerialize  Serialize, then UnSerialize into a second record (no field access)
+//   Serialize             Serialize alone
+//   UnSerialize           UnSerialize alone, of a text made once
 //   FillSerialize         every field and occurrence set through Value, then Serialize
 //   UnSerializeRead       UnSerialize, then every field and occurrence read through Value
 //   Cycle                 FillSerialize followed by UnSerializeRead
@@ -103,6 +105,22 @@ void BM_SerializeUnSerialize(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_SerializeUnSerialize);
+
+// The two halves of the pair, apart.
+void BM_Serialize(benchmark::State& state) {
+  auto& f = F();
+  for (auto _ : state) benchmark::DoNotOptimize(f.record->Serialize());
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_Serialize);
+
+void BM_UnSerialize(benchmark::State& state) {
+  auto& f = F();
+  const Text text = f.record->Serialize();
+  for (auto _ : state) f.other->UnSerialize(text);
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_UnSerialize);
 
 void BM_FillSerialize(benchmark::State& state) {
   auto& f = F();

@@ -99,7 +99,7 @@ void BindRecords(py::module_& m) {
           [](QelRecordLabel& l, const Variant& v) { l.SetValue(CStr(v)); });
 
   py::class_<QelRecordLabels, Object, std::shared_ptr<QelRecordLabels>>(m, "QelRecordLabels")
-      .def("Add", &QelRecordLabels::Add, py::arg("Code"))
+      .def("Add", py::overload_cast<int32_t>(&QelRecordLabels::Add), py::arg("Code"))
       .def("Item", &QelRecordLabels::Item, py::arg("Key"))
       .def("Remove", &QelRecordLabels::Remove, py::arg("Key"))
       .def("Exists", &QelRecordLabels::Exists, py::arg("Key"))

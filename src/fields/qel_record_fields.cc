@@ -278,7 +278,13 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
 void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields* out) {
   QelRecordFields::FieldList fields;
   fields.reserve(layout.prototypes.size());
-  for (const auto& p : layout.prototypes) fields.push_back(Internal::Clone(*p, out->data_));
+  // A tally of their own for the new fields: fields of the old layout that clients still hold
+  // keep counting into the old one.
+  out->listeners_ = std::make_shared<int64_t>(0);
+  for (const auto& p : layout.prototypes) {
+    fields.push_back(Internal::Clone(*p, out->data_));
+    fields.back()->Change.CountInto(out->listeners_);
+  }
   for (size_t l = 0; l < layout.lists.size(); ++l) {
     const ListSpan& list = layout.lists[l];
     auto group = std::make_shared<QelRecordFields>(out->data_);
@@ -287,6 +293,7 @@ void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields*
     group->length_ = begin.Length();
     group->fields_.assign(fields.begin() + list.begin + 1, fields.begin() + list.end);
     group->index_ = layout.list_indexes[l];
+    group->listeners_ = out->listeners_;
     Internal::SetListFields(begin, std::move(group));
   }
   out->fields_ = std::move(fields);
@@ -367,6 +374,7 @@ void QelRecordFields::SetRecordData(std::shared_ptr<QelRecordData> data) {
 }
 
 void QelRecordFields::NotifyDataChanged() {
+  if (*listeners_ == 0) return;
   for (const auto& f : fields_) f->NotifyDataChanged();
 }
 

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 
 namespace qel {
@@ -191,21 +191,110 @@ Text LeftJustify(TextView text, TextView fill, int32_t width) {
   return out;
 }
 
+// The scans below read 16 units at a time with AVX2 where the processor has it (asked once),
+// else 8 with the SSE2 every x86-64 has, and finish unit by unit.
+namespace {
+
+#if defined(__x86_64__)
+bool HasAvx2() {
+  static const bool has = __builtin_cpu_supports("avx2");
+  return has;
+}
+
+__attribute__((target("avx2"))) __m256i Load16(const char16_t* p) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+// Position of the first unit a comparison mask marks, in a block starting at `k`.
+size_t FirstMarked(size_t k, int mask) {
+  return k + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+}
+
+// The first `a` or `b` in whole blocks of 32 from *i, or npos with *i left at the first unit
+// not read.
+__attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t n, size_t* i,
+                                                      char16_t a, char16_t b) {
+  const __m256i na = _mm256_set1_epi16(static_cast<short>(a));
+  const __m256i nb = _mm256_set1_epi16(static_cast<short>(b));
+  for (; *i + 32 <= n; *i += 32) {
+    const __m256i x = Load16(p + *i), y = Load16(p + *i + 16);
+    const __m256i mx = _mm256_or_si256(_mm256_cmpeq_epi16(x, na), _mm256_cmpeq_epi16(x, nb));
+    const __m256i my = _mm256_or_si256(_mm256_cmpeq_epi16(y, na), _mm256_cmpeq_epi16(y, nb));
+    const __m256i both = _mm256_or_si256(mx, my);
+    if (_mm256_testz_si256(both, both)) continue;
+    if (int m = _mm256_movemask_epi8(mx)) return FirstMarked(*i, m);
+    return FirstMarked(*i + 16, _mm256_movemask_epi8(my));
+  }
+  return TextView::npos;
+}
+
+// Copies whole blocks of 32 from *i; true when one of them held `c`.
+__attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* i,
+                                                     char16_t* out, char16_t c) {
+  const __m256i needle = _mm256_set1_epi16(static_cast<short>(c));
+  __m256i seen = _mm256_setzero_si256();
+  for (; *i + 32 <= n; *i += 32) {
+    const __m256i x = Load16(p + *i), y = Load16(p + *i + 16);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + *i), x);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + *i + 16), y);
+    seen = _mm256_or_si256(seen, _mm256_or_si256(_mm256_cmpeq_epi16(x, needle),
+                                                 _mm256_cmpeq_epi16(y, needle)));
+  }
+  return !_mm256_testz_si256(seen, seen);
+}
+
+__m128i Load8(const char16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+#endif
+
+}  // namespace
+
 size_t FindUnit(TextView text, char16_t c, size_t from) {
+  return FindEitherUnit(text, c, c, from);
+}
+
+size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from) {
+  const char16_t* p = text.data();
   const size_t n = text.size();
   size_t i = from;
-#if defined(__SSE2__)
-  const __m128i needle = _mm_set1_epi16(static_cast<short>(c));
+#if defined(__x86_64__)
+  if (HasAvx2()) {
+    if (size_t found = FindEitherAvx2(p, n, &i, a, b); found != TextView::npos) return found;
+  }
+  const __m128i na = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i nb = _mm_set1_epi16(static_cast<short>(b));
   for (; i + 8 <= n; i += 8) {
-    const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + i));
-    const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(chunk, needle));
-    if (mask != 0) return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    const __m128i x = Load8(p + i);
+    const __m128i m = _mm_or_si128(_mm_cmpeq_epi16(x, na), _mm_cmpeq_epi16(x, nb));
+    if (int mask = _mm_movemask_epi8(m)) return FirstMarked(i, mask);
   }
 #endif
   for (; i < n; ++i) {
-    if (text[i] == c) return i;
+    if (p[i] == a || p[i] == b) return i;
   }
   return TextView::npos;
+}
+
+bool CopyTestingUnit(TextView text, char16_t* out, char16_t c) {
+  const char16_t* p = text.data();
+  const size_t n = text.size();
+  size_t i = 0;
+  bool found = false;
+#if defined(__x86_64__)
+  if (HasAvx2()) found = CopyTestingAvx2(p, n, &i, out, c);
+  const __m128i needle = _mm_set1_epi16(static_cast<short>(c));
+  __m128i seen = _mm_setzero_si128();
+  for (; i + 8 <= n; i += 8) {
+    const __m128i x = Load8(p + i);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), x);
+    seen = _mm_or_si128(seen, _mm_cmpeq_epi16(x, needle));
+  }
+  found |= _mm_movemask_epi8(seen) != 0;
+#endif
+  for (; i < n; ++i) {
+    out[i] = p[i];
+    found |= p[i] == c;
+  }
+  return found;
 }
 
 Text QuoteText(TextView text) {

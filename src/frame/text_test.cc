@@ -50,16 +50,31 @@ TEST(CaseAndTrim, FoldsLatin1AndTrimsBlanksOnly) {
   EXPECT_EQ(Trim(u"   "), u"");
 }
 
-TEST(FindUnit, AgreesWithFindAtEveryOffsetAndLength) {
+// The vectorised scans against the plain answers, over lengths and offsets that put the unit
+// looked for in every lane of the 8- and 32-unit blocks and in the tails after them.
+TEST(UnitScans, AgreeWithFindAtEveryOffsetAndLength) {
   Text t;
-  for (int i = 0; i < 40; ++i) t.push_back(i % 7 == 6 ? u'\x1C' : static_cast<char16_t>(u'a' + i));
+  for (int i = 0; i < 100; ++i) {
+    t.push_back(i % 7 == 6 ? u'\x1C' : i % 23 == 22 ? u'\x1D' : static_cast<char16_t>(u'a' + i));
+  }
+  Text copy;
   for (size_t len = 0; len <= t.size(); ++len) {
     const TextView v = TextView(t).substr(0, len);
     for (size_t from = 0; from <= len + 1; ++from) {
-      EXPECT_EQ(FindUnit(v, u'\x1C', from), v.find(u'\x1C', from)) << len << " " << from;
+      ASSERT_EQ(FindUnit(v, u'\x1C', from), v.find(u'\x1C', from)) << len << " " << from;
+      ASSERT_EQ(FindEitherUnit(v, u'\x1D', u'\x1C', from), v.find_first_of(u"\x1C\x1D", from))
+          << len << " " << from;
+    }
+    for (size_t start = 0; start < 8 && start <= len; ++start) {
+      const TextView part = v.substr(start);
+      copy.assign(part.size() + 1, u'#');
+      ASSERT_EQ(CopyTestingUnit(part, copy.data(), u'\x1D'), part.find(u'\x1D') != part.npos);
+      ASSERT_EQ(TextView(copy).substr(0, part.size()), part);
+      EXPECT_EQ(copy.back(), u'#');  // nothing written past the text
     }
   }
   EXPECT_EQ(FindUnit(u"abc", 0xFFFF), TextView::npos);
+  EXPECT_EQ(FindEitherUnit(Text(40, u'a') + u"\xFFFF", 0xFFFF, 0xFFFE), 40u);
 }
 
 }  // namespace

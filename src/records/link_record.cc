@@ -6,6 +6,9 @@
 // FS, else to the GS, else to the end of the text, so neither label values nor data may hold
 // an FS. Labels with an empty value are not written; the data is written without its trailing
 // blanks and padded back to the record's length when read.
+#include <algorithm>
+#include <array>
+
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 #include "qel/frame/url_encode.h"
@@ -14,31 +17,56 @@
 namespace qel {
 
 qel::Text QelRecord::Serialize() const {
-  return Chaining(u"QelLinkRecord.Serialize:", [&] {
-    qel::Text out;
-    const TextView data = RTrim(data_->Data());
-    out.reserve(10 + data.size());
-    out.push_back(static_cast<char16_t>(sequence_));
-    out.push_back(static_cast<char16_t>(opcode_));
+  const TextView data = RTrim(data_->Data());
+  size_t head_size = 10;  // everything before the data
+  for (const auto& label : *labels_) {
+    if (!label->Value().empty()) head_size += 2 + label->Value().size();
+  }
+  const auto write_head = [&](char16_t* p) {
+    const auto put = [&p](TextView text) {
+      for (char16_t c : text) *p++ = c;
+    };
+    *p++ = static_cast<char16_t>(sequence_);
+    *p++ = static_cast<char16_t>(opcode_);
     for (const auto& label : *labels_) {
       if (label->Value().empty()) continue;
-      out.push_back(kLabelSeparator);
-      out.push_back(static_cast<char16_t>(label->Code() & qelLabelCodeMask));
-      out += label->Value();
+      *p++ = kLabelSeparator;
+      *p++ = static_cast<char16_t>(label->Code() & qelLabelCodeMask);
+      put(label->Value());
     }
-    out.push_back(kHeaderSeparator);
-    out += server_code_;
-    out.push_back(static_cast<char16_t>(session_id_));
-    out.push_back(static_cast<char16_t>(tran_code_));
-    out += form_code_;
-    out.push_back(static_cast<char16_t>(protection_));
-    out += data;
-    return out;
-  });
+    *p++ = kHeaderSeparator;
+    put(server_code_);
+    *p++ = static_cast<char16_t>(session_id_);
+    *p++ = static_cast<char16_t>(tran_code_);
+    put(form_code_);
+    *p++ = static_cast<char16_t>(protection_);
+  };
+  // One allocation of the final size. The head is written on the stack when it fits, as it
+  // nearly always does, so that no part of the text is written twice.
+  qel::Text out;
+  out.reserve(head_size + data.size());
+  constexpr size_t kStackHead = 256;
+  if (head_size <= kStackHead) {
+    std::array<char16_t, kStackHead> head;
+    write_head(head.data());
+    out.append(head.data(), head_size);
+  } else {
+    out.resize(head_size);
+    write_head(out.data());
+  }
+  out.append(data);
+  return out;
 }
 
 void QelRecord::UnSerialize(TextView message) {
-  Chaining(u"QelLinkRecord.UnSerialize:", [&] { UnSerializeBody(message); });
+  Chaining(u"QelLinkRecord.UnSerialize:", [&] {
+    try {
+      UnSerializeBody(message);
+    } catch (const Error&) {
+      data_->AssignData(TextView());  // a message that fails to load leaves no data
+      throw;
+    }
+  });
 }
 
 namespace {
@@ -65,18 +93,66 @@ class SeparatorFinder {
 
 }  // namespace
 
+// A label's value runs to the next FS anywhere later in the message, else to the GS. The
+// reader looks for whichever of FS and GS comes first instead, which agrees unless the last
+// label's value is ended by the GS and an FS still follows, in the header or the data; the
+// data copy notes that case (at no extra pass) and the message is then read again by the rule
+// as written.
 void QelRecord::UnSerializeBody(TextView message) {
+  if (!UnSerializeQuick(message)) UnSerializeLiteral(message);
+}
+
+bool QelRecord::UnSerializeQuick(TextView message) {
+  ResetHeader();
+  labels_->Clear();
+  if (message.size() < 2) RaiseRuntime(kErrInvalidCall);
+  sequence_ = message[0];  // taken as they come, without the lets' range checks
+  opcode_ = message[1];
+  size_t pos = 2;
+  bool ended_by_gs = false;  // the last label read was ended by the GS
+  while (pos < message.size() && message[pos] == kLabelSeparator) {
+    if (pos + 1 >= message.size()) RaiseRuntime(kErrInvalidCall);  // an FS and no code
+    const char16_t code = message[pos + 1];
+    pos += 2;
+    size_t end = FindEitherUnit(message, kLabelSeparator, kHeaderSeparator, pos);
+    if (end == TextView::npos) end = message.size();
+    ended_by_gs = end < message.size() && message[end] == kHeaderSeparator;
+    const TextView value = message.substr(pos, end - pos);
+    pos = end;
+    if (!value.empty()) labels_->Add(qelLabelCodeBase + code, value);
+  }
+  const TextView rest = message.substr(pos);
+  if (rest.empty() || rest[0] != kHeaderSeparator) {  // no header: nothing more to load
+    data_->AssignData(TextView());
+    return true;
+  }
+  const TextView header = rest.substr(1, 7);
+  if (ended_by_gs && std::find(header.begin(), header.end(), kLabelSeparator) != header.end()) {
+    return false;
+  }
+  if (header.size() < 7) {
+    if (ended_by_gs && FindUnit(rest, kLabelSeparator) != TextView::npos) return false;
+    RaiseRuntime(kErrInvalidCall);
+  }
+  const TextView data = rest.substr(8);
+  const auto out = data_->Overwrite(std::max<size_t>(data.size(), Length()));
+  if (CopyTestingUnit(data, out.data(), kLabelSeparator) && ended_by_gs) return false;
+  std::fill(out.begin() + static_cast<ptrdiff_t>(data.size()), out.end(), u' ');
+  LoadHeader(header);
+  fields_->NotifyDataChanged();
+  return true;
+}
+
+void QelRecord::UnSerializeLiteral(TextView message) {
   ResetHeader();
   data_->AssignData(TextView());
   labels_->Clear();
-  if (message.size() < 2) RaiseRuntime(kErrInvalidCall);
-  // Taken as they come, without the lets' range checks.
   sequence_ = message[0];
   opcode_ = message[1];
   SeparatorFinder separators(message);
   size_t pos = 2;
   while (pos < message.size() && message[pos] == kLabelSeparator) {
-    if (pos + 1 >= message.size()) RaiseRuntime(kErrInvalidCall);  // an FS and no code
+    if (pos + 1 >= message.size()) RaiseRuntime(kErrInvalidCall);
     const char16_t code = message[pos + 1];
     pos += 2;
     // FS is looked for first: an FS anywhere later, even in the data, ends the value.
@@ -85,20 +161,26 @@ void QelRecord::UnSerializeBody(TextView message) {
     if (end == TextView::npos) end = message.size();
     const TextView value = message.substr(pos, end - pos);
     pos = end;
-    if (value.empty()) continue;
-    labels_->Add(qelLabelCodeBase + code)->SetValue(value);
+    if (!value.empty()) labels_->Add(qelLabelCodeBase + code, value);
   }
   const TextView rest = message.substr(pos);
-  if (rest.empty() || rest[0] != kHeaderSeparator) return;  // no header: nothing more to load
+  if (rest.empty() || rest[0] != kHeaderSeparator) return;
   if (rest.size() < 8) RaiseRuntime(kErrInvalidCall);
-  server_code_.assign(rest.substr(1, 2));  // two characters, as SetServerCode would keep them
-  SetSessionID(rest[3]);
-  SetTranCode(rest[4]);
-  form_code_.assign(rest.substr(5, 2));
-  SetProtection(rest[7]);
   data_->AssignData(rest.substr(8));
   data_->Pad(Length());
+  LoadHeader(rest.substr(1, 7));
   fields_->NotifyDataChanged();
+}
+
+void QelRecord::LoadHeader(TextView header) {
+  // The codes keep their two characters, as SetServerCode and SetFormCode leave them.
+  server_code_[0] = header[0];
+  server_code_[1] = header[1];
+  SetSessionID(header[2]);
+  SetTranCode(header[3]);
+  form_code_[0] = header[4];
+  form_code_[1] = header[5];
+  SetProtection(header[6]);
 }
 
 qel::Text QelRecord::ForURL() const {

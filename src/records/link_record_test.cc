@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <vector>
 
 #include "frame/testing.h"
 #include "qel/frame/convert.h"
@@ -100,6 +101,66 @@ TEST(LinkRecord, UnSerializeOddMessages) {
   EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kGS + u"AB"); }).Number(), kErrInvalidCall);
   EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kFS + u"Ua" + kFS + u"Ub" + kGS); }).Number(),
             kErrDuplicateKey);
+}
+
+// However far into the data an FS lies, it ends the last label's value there.
+TEST(LinkRecord, AnFsAnywhereInTheDataEndsTheLastLabel) {
+  auto r = OrderRecord();
+  const Text head = u"! " + kFS + u"Ujuan" + kFS + u"Hhost";
+  const Text header = kGS + u"AB #F1 ";
+  Text data;
+  for (int i = 0; i < 100; ++i) data.push_back(static_cast<char16_t>(u'0' + i % 10));
+  for (size_t k = 0; k + 2 < data.size(); ++k) {
+    Text with_fs = data;
+    with_fs[k] = kLabelSeparator;
+    r->UnSerialize(head + header + with_fs);
+    ASSERT_EQ(r->Labels()->Value(qelLabelUniqueID), u"juan");
+    ASSERT_EQ(r->Labels()->Value(qelLabelHostName), u"host" + header + data.substr(0, k)) << k;
+    ASSERT_EQ(r->Labels()->Value(65536 + data[k + 1]), data.substr(k + 2)) << k;
+    ASSERT_EQ(r->Data(), u"");
+  }
+  // Without labels an FS in the data is only data.
+  Text with_fs = data;
+  with_fs[70] = kLabelSeparator;
+  r->UnSerialize(u"! " + header + with_fs);
+  EXPECT_EQ(r->Data(), with_fs);
+  EXPECT_EQ(r->FormCode(), u"F1");
+  // An FS among the header codes, or after a header cut short, ends the value as well.
+  r->UnSerialize(head + kGS + u"AB" + kFS + u"x#F1 data");
+  EXPECT_EQ(r->Labels()->Value(qelLabelHostName), u"host" + kGS + u"AB");
+  EXPECT_EQ(r->Labels()->Value(65536 + u'x'), u"#F1 data");
+  r->UnSerialize(head + kGS + kFS + u"x");
+  EXPECT_EQ(r->Labels()->Value(qelLabelHostName), u"host" + kGS);
+  EXPECT_EQ(r->Labels()->Value(65536 + u'x'), u"");
+}
+
+TEST(LinkRecord, UnSerializeTellsTheFieldsThatListen) {
+  auto r = OrderRecord();
+  const Text message = u"! " + kFS + u"Ujuan" + kGS + u"AB #F1 CLIENTE 1";
+  std::vector<int32_t> client, code;
+  auto field = r->Fields()->Item(u"CLIENT");
+  const uint64_t h = field->Change.Connect([&](int32_t i) { client.push_back(i); });
+  // A field of a repeated group, reached through its group.
+  r->Fields()->Item(u"ITEMS")->ListFields()->Item(u"CODE")->Change.Connect(
+      [&](int32_t i) { code.push_back(i); });
+  r->UnSerialize(message);
+  EXPECT_EQ(client, (std::vector<int32_t>{1}));
+  EXPECT_EQ(code, (std::vector<int32_t>{1, 2, 3}));
+  field->Change.Disconnect(h);
+  r->UnSerialize(message);
+  EXPECT_EQ(client.size(), 1u);
+  EXPECT_EQ(code.size(), 6u);
+
+  // After a new layout the old fields, though still held and listened to, are not told; the
+  // new ones are.
+  field->Change.Connect([&](int32_t i) { client.push_back(i); });
+  r->SetLayout(r->Layout());
+  r->UnSerialize(message);
+  EXPECT_EQ(client.size(), 1u);
+  EXPECT_EQ(code.size(), 6u);
+  r->Fields()->Item(u"NOTE")->Change.Connect([&](int32_t i) { client.push_back(i); });
+  r->UnSerialize(message);
+  EXPECT_EQ(client.size(), 2u);
 }
 
 TEST(LinkRecord, UnSerializeOfRandomTextLoadsOrRaises) {

@@ -54,10 +54,11 @@ void QelRecord::SetFormCode(const Variant& v) { form_code_ = TwoChars(v); }
 void QelRecord::ResetHeader() {
   sequence_ = 33;
   opcode_ = 32;
-  server_code_ = u"  ";
+  // Both codes always hold two characters; blanked in place.
+  server_code_[0] = server_code_[1] = u' ';
   session_id_ = 32;
   tran_code_ = 32;
-  form_code_ = u"  ";
+  form_code_[0] = form_code_[1] = u' ';
   protection_ = 32;
 }
 

@@ -18,6 +18,11 @@ ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
 }
 
 QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
+  Insert(code).SetValue(u"");
+  return labels_.back();
+}
+
+QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
   if (code <= qelLabelCodeBase) {
     RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
                {code});
@@ -30,24 +35,30 @@ QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
                    {code});
     }
   }
-  for (auto it = spare_.begin(); it != spare_.end(); ++it) {
-    if ((*it)->Code() == code) {
-      labels_.push_back(std::move(*it));
-      spare_.erase(it);
-      labels_.back()->SetValue(u"");
-      return labels_.back();
+  // Spares come back in the order they had, so the next one is tried first.
+  if (next_spare_ < spare_.size() && Reusable(spare_[next_spare_], code)) {
+    labels_.push_back(std::move(spare_[next_spare_++]));
+    return *labels_.back();
+  }
+  for (auto& spare : spare_) {
+    if (Reusable(spare, code)) {
+      labels_.push_back(std::move(spare));
+      return *labels_.back();
     }
   }
   labels_.push_back(std::make_shared<QelRecordLabel>(code));
-  return labels_.back();
+  return *labels_.back();
+}
+
+bool QelRecordLabels::Reusable(const QelRecordLabelPtr& spare, int32_t code) {
+  // A label a client still holds must keep its value: it is not used again.
+  return spare && spare->Code() == code && spare.use_count() == 1;
 }
 
 void QelRecordLabels::Clear() {
   spare_.clear();
-  for (auto& label : labels_) {
-    if (label.use_count() == 1) spare_.push_back(std::move(label));
-  }
-  labels_.clear();
+  spare_.swap(labels_);
+  next_spare_ = 0;
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {

@@ -35,6 +35,12 @@ class QelRecordData final : public Object {
   void SetData(Text data) { data_ = std::move(data); }
   // The same, reusing the buffer the data already has.
   void AssignData(TextView data) { data_.assign(data); }
+  // The data resized to `length` characters, for the caller to overwrite in full: what they
+  // hold until then is unspecified. Reuses the buffer the data already has.
+  std::span<char16_t> Overwrite(size_t length) {
+    data_.resize(length);
+    return std::span<char16_t>(data_.data(), length);
+  }
   int32_t Length() const { return static_cast<int32_t>(data_.size()); }
 
   bool SignANSI() const { return sign_ansi_; }

@@ -30,21 +30,35 @@ class Event {
  public:
   using Handler = std::function<void(A...)>;
 
+  Event() = default;
+  Event(const Event&) = delete;
+  Event& operator=(const Event&) = delete;
+  ~Event() { Count(-static_cast<int64_t>(handlers_.size())); }
+
   // Returns a handle for Disconnect; never 0.
   uint64_t Connect(Handler h) {
     handlers_.emplace_back(++last_id_, std::move(h));
+    Count(1);
     return last_id_;
   }
   bool Disconnect(uint64_t handle) {
     for (auto it = handlers_.begin(); it != handlers_.end(); ++it) {
       if (it->first == handle) {
         handlers_.erase(it);
+        Count(-1);
         return true;
       }
     }
     return false;
   }
   bool empty() const { return handlers_.empty(); }
+  // Also counts this event's handlers in *tally (null: nowhere). An owner of many events shares
+  // one tally among them to learn at a glance whether any of them has a handler.
+  void CountInto(std::shared_ptr<int64_t> tally) {
+    Count(-static_cast<int64_t>(handlers_.size()));
+    tally_ = std::move(tally);
+    Count(static_cast<int64_t>(handlers_.size()));
+  }
   // Calls every handler connected when the raise starts; one disconnected meanwhile is
   // skipped.
   template <class... U>
@@ -65,8 +79,13 @@ class Event {
   }
 
  private:
+  void Count(int64_t change) {
+    if (tally_) *tally_ += change;
+  }
+
   std::vector<std::pair<uint64_t, Handler>> handlers_;
   uint64_t last_id_ = 0;
+  std::shared_ptr<int64_t> tally_;
 };
 
 class Object : public std::enable_shared_from_this<Object> {

@@ -53,6 +53,11 @@ Text LeftJustify(TextView text, TextView fill, int32_t width);
 // Position of the first `c` at or after `from`, or npos. Vectorised where the processor
 // allows; the same result as TextView::find.
 size_t FindUnit(TextView text, char16_t c, size_t from = 0);
+// Position of the first `a` or `b`, whichever comes first, at or after `from`, or npos.
+size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from = 0);
+// Copies `text` to `out` (room for text.size() units) and tells whether it holds `c`: one pass
+// that reads each unit once, vectorised where the processor allows.
+bool CopyTestingUnit(TextView text, char16_t* out, char16_t c);
 
 // The text between double quotes, with each double quote inside doubled.
 Text QuoteText(TextView text);

@@ -172,6 +172,12 @@ class QelRecord final : public Object {
  private:
   void ResetHeader();
   void UnSerializeBody(TextView message);
+  // UnSerializeBody's two readers: the quick one answers false, having loaded part of the
+  // message, when only the literal one reads it right.
+  bool UnSerializeQuick(TextView message);
+  void UnSerializeLiteral(TextView message);
+  // ServerCode, SessionID, TranCode, FormCode and Protection from their seven characters.
+  void LoadHeader(TextView header);
 
   int32_t sequence_ = 33;
   int32_t opcode_ = 32;

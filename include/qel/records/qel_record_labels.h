@@ -82,6 +82,8 @@ class QelRecordLabels final : public Object {
   // "QelRecordLabel.Initialize") for a code of 65536 or less, and 457 (source
   // "QelRecordLabels.Add:...") when the code is already there; the collection is unchanged then.
   QelRecordLabelPtr Add(int32_t code);
+  // Add, then the label's value set to `value` as it stands; for loaders.
+  void Add(int32_t code, TextView value) { Insert(code).SetValue(value); }
   // The label under a code (key > 65536) or at a 1-based position; null when absent.
   QelRecordLabelPtr Item(const Variant& key) const;
   // True when a label was removed.
@@ -103,12 +105,18 @@ class QelRecordLabels final : public Object {
  private:
   // Index of the label a key names, or -1.
   ptrdiff_t Find(const Variant& key) const;
+  // Add's work: the new label, taken from the spares when one has the code (its value then
+  // left for the caller to set).
+  QelRecordLabel& Insert(int32_t code);
+  static bool Reusable(const QelRecordLabelPtr& spare, int32_t code);
 
   std::vector<QelRecordLabelPtr> labels_;
-  // Removed labels nobody else holds, kept for Add to use again: a record that loads reply
-  // after reply with the same labels does not allocate them each time. Unobservable, since no
-  // client has a reference to them.
+  // The labels Clear removed, kept for Add to use again those nobody else holds: a record that
+  // loads reply after reply with the same labels does not allocate them each time.
+  // Unobservable, since no client has a reference to them. Kept in the order they had; a spare
+  // taken is left null, and the next one to try is at next_spare_.
   std::vector<QelRecordLabelPtr> spare_;
+  size_t next_spare_ = 0;
 };
 
 }  // namespace qel
