@@ -210,36 +210,41 @@ size_t FirstMarked(size_t k, int mask) {
   return k + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
 }
 
-// The first `a` or `b` in whole blocks of 32 from *i, or npos with *i left at the first unit
-// not read.
-__attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t n, size_t* i,
+// The first `a` or `b` in whole blocks of 32 from *from, or npos with *from left at the first
+// unit not read.
+__attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t n, size_t* from,
                                                       char16_t a, char16_t b) {
   const __m256i na = _mm256_set1_epi16(static_cast<short>(a));
   const __m256i nb = _mm256_set1_epi16(static_cast<short>(b));
-  for (; *i + 32 <= n; *i += 32) {
-    const __m256i x = Load16(p + *i), y = Load16(p + *i + 16);
+  size_t i = *from;  // a local, so the loop keeps it in a register
+  for (; i + 32 <= n; i += 32) {
+    const __m256i x = Load16(p + i), y = Load16(p + i + 16);
     const __m256i mx = _mm256_or_si256(_mm256_cmpeq_epi16(x, na), _mm256_cmpeq_epi16(x, nb));
     const __m256i my = _mm256_or_si256(_mm256_cmpeq_epi16(y, na), _mm256_cmpeq_epi16(y, nb));
     const __m256i both = _mm256_or_si256(mx, my);
     if (_mm256_testz_si256(both, both)) continue;
-    if (int m = _mm256_movemask_epi8(mx)) return FirstMarked(*i, m);
-    return FirstMarked(*i + 16, _mm256_movemask_epi8(my));
+    if (int m = _mm256_movemask_epi8(mx)) return FirstMarked(i, m);
+    return FirstMarked(i + 16, _mm256_movemask_epi8(my));
   }
+  *from = i;
   return TextView::npos;
 }
 
-// Copies whole blocks of 32 from *i; true when one of them held `c`.
-__attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* i,
+// Copies whole blocks of 32 from *from, leaving *from at the first unit not copied; true when
+// one of them held `c`.
+__attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* from,
                                                      char16_t* out, char16_t c) {
   const __m256i needle = _mm256_set1_epi16(static_cast<short>(c));
   __m256i seen = _mm256_setzero_si256();
-  for (; *i + 32 <= n; *i += 32) {
-    const __m256i x = Load16(p + *i), y = Load16(p + *i + 16);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + *i), x);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + *i + 16), y);
+  size_t i = *from;
+  for (; i + 32 <= n; i += 32) {
+    const __m256i x = Load16(p + i), y = Load16(p + i + 16);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), x);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), y);
     seen = _mm256_or_si256(seen, _mm256_or_si256(_mm256_cmpeq_epi16(x, needle),
                                                  _mm256_cmpeq_epi16(y, needle)));
   }
+  *from = i;
   return !_mm256_testz_si256(seen, seen);
 }
 

@@ -50,6 +50,21 @@ TEST(CaseAndTrim, FoldsLatin1AndTrimsBlanksOnly) {
   EXPECT_EQ(Trim(u"   "), u"");
 }
 
+TEST(AssignText, CopiesAnyViewIncludingOneOfItself) {
+  Text t = u"operador";
+  AssignText(t, u"x");
+  EXPECT_EQ(t, u"x");
+  AssignText(t, Text(40, u'y'));
+  EXPECT_EQ(t, Text(40, u'y'));
+  t = u"abcdef";
+  AssignText(t, TextView(t).substr(2));
+  EXPECT_EQ(t, u"cdef");
+  AssignText(t, TextView(t).substr(0, 2));
+  EXPECT_EQ(t, u"cd");
+  AssignText(t, TextView(t).substr(2));  // the empty view just past the end
+  EXPECT_EQ(t, u"");
+}
+
 // The vectorised scans against the plain answers, over lengths and offsets that put the unit
 // looked for in every lane of the 8- and 32-unit blocks and in the tails after them.
 TEST(UnitScans, AgreeWithFindAtEveryOffsetAndLength) {

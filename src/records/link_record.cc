@@ -104,14 +104,34 @@ void QelRecord::UnSerializeBody(TextView message) {
 
 bool QelRecord::UnSerializeQuick(TextView message) {
   ResetHeader();
-  labels_->Clear();
-  if (message.size() < 2) RaiseRuntime(kErrInvalidCall);
+  if (message.size() < 2) {
+    labels_->Clear();
+    RaiseRuntime(kErrInvalidCall);
+  }
   sequence_ = message[0];  // taken as they come, without the lets' range checks
   opcode_ = message[1];
+  // Labels are gathered and handed over together (most messages carry a few, the same as the
+  // last reply's), and in batches when there are many.
+  std::array<QelLabelText, 8> batch;
+  size_t batched = 0;
+  bool first_batch = true;
+  const auto hand_over = [&] {
+    const std::span<const QelLabelText> labels(batch.data(), batched);
+    if (first_batch) {
+      labels_->Assign(labels);
+    } else {
+      for (const auto& l : labels) labels_->Add(l.code, l.value);
+    }
+    first_batch = false;
+    batched = 0;
+  };
   size_t pos = 2;
   bool ended_by_gs = false;  // the last label read was ended by the GS
   while (pos < message.size() && message[pos] == kLabelSeparator) {
-    if (pos + 1 >= message.size()) RaiseRuntime(kErrInvalidCall);  // an FS and no code
+    if (pos + 1 >= message.size()) {  // an FS and no code
+      hand_over();
+      RaiseRuntime(kErrInvalidCall);
+    }
     const char16_t code = message[pos + 1];
     pos += 2;
     size_t end = FindEitherUnit(message, kLabelSeparator, kHeaderSeparator, pos);
@@ -119,21 +139,22 @@ bool QelRecord::UnSerializeQuick(TextView message) {
     ended_by_gs = end < message.size() && message[end] == kHeaderSeparator;
     const TextView value = message.substr(pos, end - pos);
     pos = end;
-    if (!value.empty()) labels_->Add(qelLabelCodeBase + code, value);
+    if (value.empty()) continue;
+    if (batched == batch.size()) hand_over();
+    batch[batched++] = {qelLabelCodeBase + code, value};
   }
+  if (batched > 0 || first_batch) hand_over();
   const TextView rest = message.substr(pos);
   if (rest.empty() || rest[0] != kHeaderSeparator) {  // no header: nothing more to load
     data_->AssignData(TextView());
     return true;
   }
+  // Read by the rule as written when an FS follows a label the GS ended.
   const TextView header = rest.substr(1, 7);
   if (ended_by_gs && std::find(header.begin(), header.end(), kLabelSeparator) != header.end()) {
     return false;
   }
-  if (header.size() < 7) {
-    if (ended_by_gs && FindUnit(rest, kLabelSeparator) != TextView::npos) return false;
-    RaiseRuntime(kErrInvalidCall);
-  }
+  if (header.size() < 7) RaiseRuntime(kErrInvalidCall);
   const TextView data = rest.substr(8);
   const auto out = data_->Overwrite(std::max<size_t>(data.size(), Length()));
   if (CopyTestingUnit(data, out.data(), kLabelSeparator) && ended_by_gs) return false;

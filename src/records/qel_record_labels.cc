@@ -22,18 +22,27 @@ QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
   return labels_.back();
 }
 
-QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
-  if (code <= qelLabelCodeBase) {
-    RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
+namespace {
+
+// The refusals, kept out of Insert so that its common path stays short.
+[[noreturn, gnu::noinline, gnu::cold]] void RefuseCode(int32_t code) {
+  RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
+             {code});
+}
+
+[[noreturn, gnu::noinline, gnu::cold]] void RefuseDuplicate(int32_t code) {
+  // The keyed store refuses a second entry under the same key.
+  const Error duplicate(kErrDuplicateKey, kPlatformSource, RuntimeErrorText(kErrDuplicateKey));
+  RaiseChained(duplicate, u"QelRecordLabels.Add:", u"El Label '%1' ya existe en la colección",
                {code});
-  }
+}
+
+}  // namespace
+
+QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
+  if (code <= qelLabelCodeBase) RefuseCode(code);
   for (const auto& l : labels_) {
-    if (l->Code() == code) {
-      // The keyed store refuses a second entry under the same key.
-      const Error duplicate(kErrDuplicateKey, kPlatformSource, RuntimeErrorText(kErrDuplicateKey));
-      RaiseChained(duplicate, u"QelRecordLabels.Add:", u"El Label '%1' ya existe en la colección",
-                   {code});
-    }
+    if (l->Code() == code) RefuseDuplicate(code);
   }
   // Spares come back in the order they had, so the next one is tried first.
   if (next_spare_ < spare_.size() && Reusable(spare_[next_spare_], code)) {
@@ -59,6 +68,19 @@ void QelRecordLabels::Clear() {
   spare_.clear();
   spare_.swap(labels_);
   next_spare_ = 0;
+}
+
+void QelRecordLabels::Assign(std::span<const QelLabelText> labels) {
+  bool in_place = labels.size() == labels_.size();
+  for (size_t i = 0; in_place && i < labels.size(); ++i) {
+    in_place = labels_[i]->Code() == labels[i].code && labels_[i].use_count() == 1;
+  }
+  if (in_place) {
+    for (size_t i = 0; i < labels.size(); ++i) labels_[i]->SetValue(labels[i].value);
+    return;
+  }
+  Clear();
+  for (const auto& l : labels) Add(l.code, l.value);
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {

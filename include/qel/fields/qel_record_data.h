@@ -34,7 +34,7 @@ class QelRecordData final : public Object {
   const Text& Data() const { return data_; }
   void SetData(Text data) { data_ = std::move(data); }
   // The same, reusing the buffer the data already has.
-  void AssignData(TextView data) { data_.assign(data); }
+  void AssignData(TextView data) { AssignText(data_, data); }
   // The data resized to `length` characters, for the caller to overwrite in full: what they
   // hold until then is unspecified. Reuses the buffer the data already has.
   std::span<char16_t> Overwrite(size_t length) {

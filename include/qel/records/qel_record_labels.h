@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "qel/frame/object.h"
@@ -65,7 +66,7 @@ class QelRecordLabel final : public Object {
   Text CodeChar() const { return Text(1, static_cast<char16_t>(code_ & qelLabelCodeMask)); }
   const Text& Value() const { return value_; }
   // Stores the text exactly as given (trailing blanks included).
-  void SetValue(TextView value) { value_.assign(value); }
+  void SetValue(TextView value) { AssignText(value_, value); }
 
  private:
   int32_t code_;
@@ -73,6 +74,12 @@ class QelRecordLabel final : public Object {
 };
 
 using QelRecordLabelPtr = std::shared_ptr<QelRecordLabel>;
+
+// A label's code and value as a loader reads them.
+struct QelLabelText {
+  int32_t code = 0;
+  TextView value;
+};
 
 class QelRecordLabels final : public Object {
  public:
@@ -84,6 +91,11 @@ class QelRecordLabels final : public Object {
   QelRecordLabelPtr Add(int32_t code);
   // Add, then the label's value set to `value` as it stands; for loaders.
   void Add(int32_t code, TextView value) { Insert(code).SetValue(value); }
+  // Clear, then Add(code, value) of each in order, raising as Add does (the labels before the
+  // one refused stay). When the present labels have those codes in that order and nobody else
+  // holds them, they only take the new values: a reader loading reply after reply with the
+  // same labels does no more than that.
+  void Assign(std::span<const QelLabelText> labels);
   // The label under a code (key > 65536) or at a 1-based position; null when absent.
   QelRecordLabelPtr Item(const Variant& key) const;
   // True when a label was removed.
