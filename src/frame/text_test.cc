@@ -48,6 +48,14 @@ TEST(CaseAndTrim, FoldsLatin1AndTrimsBlanksOnly) {
   EXPECT_FALSE(EqualsNoCase(u"Monto", u"MONTOS"));
   EXPECT_EQ(Trim(u"  a b \t"), u"a b \t");
   EXPECT_EQ(Trim(u"   "), u"");
+  // Long runs of blanks, ending at every lane of a block.
+  for (size_t text = 0; text <= 3; ++text) {
+    for (size_t blanks = 0; blanks <= 40; ++blanks) {
+      const Text t = Text(text, u'x') + u" x" + Text(blanks, u' ');
+      ASSERT_EQ(RTrim(t), TextView(t).substr(0, text + 2)) << text << " " << blanks;
+      ASSERT_EQ(RTrim(Text(blanks, u' ')), u"");
+    }
+  }
 }
 
 TEST(AssignText, CopiesAnyViewIncludingOneOfItself) {
