@@ -1,7 +1,10 @@
 #include "props/prop_pool.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <new>
+#include <utility>
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -19,11 +22,17 @@ namespace qel::props {
 namespace {
 
 // A free block starts with the link to the next one; when it heads a batch, also with the link
-// to the next batch and the batch's length. The rest is poisoned under ASan.
+// to the next batch and the batch's length; and it may hold the buffer of a freed property's
+// name. From `name` on it is poisoned under ASan (the name is unpoisoned while
+// it is moved).
 struct FreeBlock {
   FreeBlock* next;
   FreeBlock* next_batch;
   size_t batch_count;
+  bool holds_name;
+  alignas(Text) unsigned char name[sizeof(Text)];
+
+  Text* Name() { return std::launder(reinterpret_cast<Text*>(name)); }
 };
 static_assert(sizeof(FreeBlock) <= kPoolBlockSize);
 
@@ -33,22 +42,62 @@ constexpr size_t kBatchBlocks = 512;
 // Full batches a thread keeps before handing further ones over.
 constexpr size_t kThreadBatches = 4;
 
-void Poison(FreeBlock* b) {
+void PoisonRegion(void* p, size_t size) {
 #ifdef QEL_POOL_POISON
-  ASAN_POISON_MEMORY_REGION(reinterpret_cast<char*>(b) + sizeof(FreeBlock),
-                            kPoolBlockSize - sizeof(FreeBlock));
+  ASAN_POISON_MEMORY_REGION(p, size);
 #else
-  (void)b;
+  (void)p, (void)size;
 #endif
 }
 
-void Unpoison(FreeBlock* b) {
+void UnpoisonRegion(void* p, size_t size) {
 #ifdef QEL_POOL_POISON
-  ASAN_UNPOISON_MEMORY_REGION(b, kPoolBlockSize);
+  ASAN_UNPOISON_MEMORY_REGION(p, size);
 #else
-  (void)b;
+  (void)p, (void)size;
 #endif
 }
+
+constexpr size_t kNameOffset = offsetof(FreeBlock, name);
+
+void Poison(FreeBlock* b) {
+  PoisonRegion(reinterpret_cast<char*>(b) + kNameOffset, kPoolBlockSize - kNameOffset);
+}
+void Unpoison(FreeBlock* b) { UnpoisonRegion(b, kPoolBlockSize); }
+
+// Free blocks, the one freed last first: after a bag is freed, the next one read takes the
+// blocks still in the cache.
+struct BlockList {
+  FreeBlock* head = nullptr;
+  size_t count = 0;
+
+  // REQUIRES: b->holds_name is set.
+  void Push(FreeBlock* b) {
+    b->next = head;
+    Poison(b);
+    head = b;
+    ++count;
+  }
+  FreeBlock* Pop() {
+    FreeBlock* b = head;
+    Unpoison(b);
+    head = b->next;
+    --count;
+    return b;
+  }
+  // The list as a batch, headed by its first block; the list is left empty.
+  FreeBlock* TakeBatch() {
+    FreeBlock* b = head;
+    b->batch_count = count;
+    *this = BlockList();
+    return b;
+  }
+  // REQUIRES: empty.
+  void SetBatch(FreeBlock* b) {
+    head = b;
+    count = b->batch_count;
+  }
+};
 
 // Never destroyed: threads may free blocks while the process ends.
 struct Shared {
@@ -63,24 +112,26 @@ Shared& TheShared() {
   return *shared;
 }
 
-// Hands over the `count` blocks linked from `head`.
-void GiveBatch(FreeBlock* head, size_t count) noexcept {
-  if (count == 0) return;
+// Hands a batch over to the shared list.
+void GiveBatch(FreeBlock* batch) noexcept {
   Shared& s = TheShared();
   const std::lock_guard lock(s.mutex);
-  head->batch_count = count;
-  head->next_batch = s.batches;
-  s.batches = head;
-  s.free += count;
+  batch->next_batch = s.batches;
+  s.batches = batch;
+  s.free += batch->batch_count;
 }
 
 struct ThreadList {
-  FreeBlock* head = nullptr;  // the batch in use
-  size_t count = 0;
+  BlockList blocks;           // the batch in use
   FreeBlock* full = nullptr;  // full batches, linked through next_batch
   size_t full_batches = 0;
   bool registered = false;  // the thread's exit hook exists
   bool closed = false;      // the exit hook has run
+  // The name buffer of the block handed out last, for the property made in it.
+  bool has_spare = false;
+  alignas(Text) unsigned char spare[sizeof(Text)] = {};
+
+  Text* Spare() { return std::launder(reinterpret_cast<Text*>(spare)); }
 };
 
 constinit thread_local ThreadList tl_list;
@@ -89,12 +140,15 @@ constinit thread_local ThreadList tl_list;
 struct ExitHook {
   ~ExitHook() {
     ThreadList& t = tl_list;
-    GiveBatch(t.head, t.count);
+    if (t.blocks.count > 0) GiveBatch(t.blocks.TakeBatch());
     while (FreeBlock* b = t.full) {
       t.full = b->next_batch;
-      GiveBatch(b, kBatchBlocks);
+      GiveBatch(b);
     }
-    t = ThreadList{nullptr, 0, nullptr, 0, true, true};
+    t.full_batches = 0;
+    if (t.has_spare) t.Spare()->~Text();
+    t.has_spare = false;
+    t.closed = true;
   }
 };
 
@@ -104,24 +158,16 @@ void Register(ThreadList& t) {
   t.registered = true;
 }
 
-void Push(ThreadList& t, FreeBlock* b) {
-  b->next = t.head;
-  Poison(b);
-  t.head = b;
-  ++t.count;
-}
-
 // Sets the full batch in use aside, or hands it over when the thread has enough.
 void StoreBatch(ThreadList& t) {
+  FreeBlock* batch = t.blocks.TakeBatch();
   if (t.full_batches == kThreadBatches) {
-    GiveBatch(t.head, t.count);
+    GiveBatch(batch);
   } else {
-    t.head->next_batch = t.full;
-    t.full = t.head;
+    batch->next_batch = t.full;
+    t.full = batch;
     ++t.full_batches;
   }
-  t.head = nullptr;
-  t.count = 0;
 }
 
 // Fills an empty list from a batch set aside, a shared batch or a new chunk.
@@ -129,8 +175,7 @@ void Refill(ThreadList& t) {
   if (FreeBlock* b = t.full) {
     t.full = b->next_batch;
     --t.full_batches;
-    t.head = b;
-    t.count = kBatchBlocks;
+    t.blocks.SetBatch(b);
     return;
   }
   if (!t.registered) Register(t);
@@ -140,15 +185,16 @@ void Refill(ThreadList& t) {
     if (FreeBlock* b = s.batches) {
       s.batches = b->next_batch;
       s.free -= b->batch_count;
-      t.head = b;
-      t.count = b->batch_count;
+      t.blocks.SetBatch(b);
       return;
     }
     ++s.chunks;
   }
   auto* chunk = static_cast<char*>(::operator new(kBatchBlocks* kPoolBlockSize));
-  for (size_t i = kBatchBlocks; i-- > 0;) {
-    Push(t, reinterpret_cast<FreeBlock*>(chunk + i * kPoolBlockSize));
+  for (size_t i = kBatchBlocks; i-- > 0;) {  // handed out in the order of their addresses
+    auto* b = reinterpret_cast<FreeBlock*>(chunk + i * kPoolBlockSize);
+    b->holds_name = false;
+    t.blocks.Push(b);
   }
 }
 
@@ -156,38 +202,67 @@ void Refill(ThreadList& t) {
 
 void* PoolAllocate() {
   ThreadList& t = tl_list;
-  if (t.head == nullptr) [[unlikely]] {
+  if (t.blocks.head == nullptr) [[unlikely]] {
     if (t.closed) return ::operator new(kPoolBlockSize);  // joins the pool when freed
     Refill(t);
   }
-  FreeBlock* b = t.head;
-  Unpoison(b);
-  t.head = b->next;
-  --t.count;
+  FreeBlock* b = t.blocks.Pop();
+  if (b->holds_name) {
+    // The block's name buffer waits in the thread's spare for the property made in the block.
+    if (t.has_spare) t.Spare()->~Text();
+    ::new (static_cast<void*>(t.spare)) Text(std::move(*b->Name()));
+    t.has_spare = true;
+    b->Name()->~Text();
+  }
   return b;
 }
 
 void PoolFree(void* block) noexcept {
   ThreadList& t = tl_list;
   auto* b = static_cast<FreeBlock*>(block);
-  if (t.count == kBatchBlocks || !t.registered || t.closed) [[unlikely]] {
+  b->holds_name = false;
+  if (t.blocks.count == kBatchBlocks || !t.registered || t.closed) [[unlikely]] {
     if (t.closed) {
-      b->next = nullptr;
-      Poison(b);
-      GiveBatch(b, 1);
+      BlockList one;
+      one.Push(b);
+      GiveBatch(one.TakeBatch());
       return;
     }
     if (!t.registered) Register(t);
-    if (t.count == kBatchBlocks) StoreBatch(t);
+    if (t.blocks.count == kBatchBlocks) StoreBatch(t);
   }
-  Push(t, b);
+  t.blocks.Push(b);
+}
+
+Text PoolName(TextView name) {
+  ThreadList& t = tl_list;
+  if (name.size() <= Text().capacity() || !t.has_spare) return Text(name);
+  Text text(std::move(*t.Spare()));
+  t.Spare()->~Text();
+  t.has_spare = false;
+  text.assign(name);
+  return text;
+}
+
+void RecycleName(Text& name) noexcept {
+  // Kept in the block freed last, which is still in the cache.
+  FreeBlock* b = tl_list.blocks.head;
+  const size_t capacity = name.capacity();
+  if (b == nullptr || b->holds_name || capacity <= Text().capacity() ||
+      capacity > kMaxRecycledName) {
+    return;
+  }
+  UnpoisonRegion(b->name, sizeof b->name);
+  ::new (static_cast<void*>(b->name)) Text(std::move(name));
+  PoisonRegion(b->name, sizeof b->name);
+  b->holds_name = true;
 }
 
 PoolCounts CountPool() {
   Shared& s = TheShared();
   const std::lock_guard lock(s.mutex);
   const ThreadList& t = tl_list;
-  return {t.count + t.full_batches * kBatchBlocks, s.free, s.chunks};
+  return {t.blocks.count + t.full_batches * kBatchBlocks, s.free, s.chunks};
 }
 
 }  // namespace qel::props

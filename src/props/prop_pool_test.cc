@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -48,6 +49,27 @@ TEST(PropPool, FreedPropertiesReturnToTheThreadAndAreReused) {
     EXPECT_EQ(reloaded.chunks, freed.chunks);  // no new memory for the same bag
     EXPECT_LE(reloaded.thread_free + 1000, freed.thread_free);
     EXPECT_EQ(again.Value(u"a_property_named_999"), Variant(u"value of a property 999"));
+  });
+}
+
+TEST(PropPool, NameBuffersOfFreedPropertiesAreReused) {
+  OnNewThread([] {
+    std::set<const char16_t*> buffers;
+    {
+      QelProps bag;
+      bag.LoadFromText(Entries(100, u"a_name_that_needs_a_buffer_"));
+      for (const auto& p : bag) buffers.insert(p->Name().data());
+    }
+    QelProps next;
+    next.LoadFromText(Entries(100, u"another_name_of_that_length_"));
+    int reused = 0;
+    for (const auto& p : next) reused += buffers.count(p->Name().data()) != 0;
+    EXPECT_GE(reused, 95);
+    EXPECT_EQ(next.Item(100)->Name(), u"another_name_of_that_length_99");
+    // Shorter names in those buffers.
+    next.LoadFromText(Entries(100, u"short_"));
+    EXPECT_EQ(next.Item(100)->Name(), u"short_99");
+    EXPECT_EQ(next.Value(u"SHORT_42"), Variant(u"value of a property 42"));
   });
 }
 
