@@ -35,12 +35,6 @@ bool HasDecimalComma(VarType type) {
          type == VarType::kDecimal;
 }
 
-// Digits from `i` on; the position after them.
-size_t SkipDigits(TextView t, size_t i) {
-  while (i < t.size() && IsDigit(t[i])) ++i;
-  return i;
-}
-
 // "-"? digit{1,18}: the value, or nullopt for any other text.
 std::optional<int64_t> PlainInteger(TextView t) {
   const bool negative = !t.empty() && t[0] == u'-';
@@ -54,23 +48,50 @@ std::optional<int64_t> PlainInteger(TextView t) {
   return negative ? -v : v;
 }
 
-// "-"? digit+ ("," digit+)? (("e" | "E") ("+" | "-")? digit+)?
-bool IsPlainDecimal(TextView t) {
-  size_t i = !t.empty() && t[0] == u'-' ? 1 : 0;
-  size_t j = SkipDigits(t, i);
-  if (j == i) return false;
-  if (j < t.size() && t[j] == u',') {
-    i = j + 1;
-    j = SkipDigits(t, i);
-    if (j == i) return false;
+// A plain decimal text, "-"? digit+ ("," digit+)? (("e" | "E") ("+" | "-")? digit+)?, read into
+// `n` as the number scan reads it with "," for the decimal separator (leading zeros dropped,
+// the fraction's digits moving the exponent). False for any other text, and for one with more
+// significant digits than the scan keeps exactly; the general path reads those.
+bool ScanPlainDecimal(TextView t, internal::ScannedNumber* n) {
+  *n = internal::ScannedNumber();
+  const size_t size = t.size();
+  size_t i = 0;
+  if (i < size && t[i] == u'-') {
+    n->negative = true;
+    ++i;
   }
-  if (j < t.size() && (t[j] == u'e' || t[j] == u'E')) {
-    i = j + 1;
-    if (i < t.size() && (t[i] == u'+' || t[i] == u'-')) ++i;
-    j = SkipDigits(t, i);
-    if (j == i) return false;
+  auto digits = [&](bool fraction) {
+    const size_t start = i;
+    for (; i < size && IsDigit(t[i]); ++i) {
+      if (n->count == 0 && t[i] == u'0') {
+        if (fraction) --n->exponent;
+        continue;
+      }
+      if (n->count == internal::ScannedNumber::kMaxDigits - 1) return false;
+      n->digits[n->count++] = static_cast<char>(t[i]);
+      if (fraction) --n->exponent;
+    }
+    return i > start;
+  };
+  if (!digits(false)) return false;
+  if (i < size && t[i] == u',') {
+    ++i;
+    if (!digits(true)) return false;
   }
-  return j == t.size();
+  if (i < size && (t[i] == u'e' || t[i] == u'E')) {
+    ++i;
+    bool negative = false;
+    if (i < size && (t[i] == u'+' || t[i] == u'-')) negative = t[i++] == u'-';
+    const size_t start = i;
+    int64_t e = 0;
+    for (; i < size && IsDigit(t[i]); ++i) {
+      if (e < 100000000) e = e * 10 + (t[i] - u'0');  // as the scan caps it
+    }
+    if (i == start) return false;
+    n->exponent += negative ? -e : e;
+  }
+  if (n->count == 0) n->negative = false;
+  return i == size;
 }
 
 // A character that the number scan could take for part of a plain decimal text.
@@ -151,9 +172,8 @@ std::optional<Variant> TypedValues::Quick(TextView text, VarType type) const {
       break;
   }
   // Single, Double, Currency, Decimal.
-  if (!plain_separators_ || !IsPlainDecimal(text)) return std::nullopt;
   internal::ScannedNumber n;
-  internal::ScanNumber(text, u',', u'.', &n);  // a plain decimal always scans
+  if (!plain_separators_ || !ScanPlainDecimal(text, &n)) return std::nullopt;
   if (type == VarType::kSingle || type == VarType::kDouble) {
     double d;
     if (!internal::ScannedToDouble(n, &d)) return std::nullopt;

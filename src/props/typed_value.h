@@ -4,9 +4,10 @@
 // The conversion is ChangeType's under the thread's locale, after the last "," of a Single,
 // Double, Currency or Decimal text became the locale's decimal separator. Texts of the shapes
 // the writer makes (plain integers, "-123,45e-6" decimals) skip the copy that replacement needs
-// and the Variant round trip, and integers are read directly; they end in the same frame
-// routines (number scan, Decimal from digits, date parse), so the values are those of the
-// general path. Any other text takes the general path.
+// and the Variant round trip: integers are read directly, decimals are scanned straight into
+// the frame's scanned-number form and end in the same routines as the general path (double
+// from scanned digits, Decimal from digits), and dates go to the same date parse. Any other
+// text takes the general path.
 #ifndef QEL_SRC_PROPS_TYPED_VALUE_H_
 #define QEL_SRC_PROPS_TYPED_VALUE_H_
 
