@@ -42,28 +42,25 @@ constexpr size_t kBatchBlocks = 512;
 // Full batches a thread keeps before handing further ones over.
 constexpr size_t kThreadBatches = 4;
 
-void PoisonRegion(void* p, size_t size) {
+// Marks `size` bytes from `p` as unusable, or usable again, for ASan; nothing without it.
+void SetPoisoned(void* p, size_t size, bool poisoned) {
 #ifdef QEL_POOL_POISON
-  ASAN_POISON_MEMORY_REGION(p, size);
+  if (poisoned) {
+    ASAN_POISON_MEMORY_REGION(p, size);
+  } else {
+    ASAN_UNPOISON_MEMORY_REGION(p, size);
+  }
 #else
-  (void)p, (void)size;
-#endif
-}
-
-void UnpoisonRegion(void* p, size_t size) {
-#ifdef QEL_POOL_POISON
-  ASAN_UNPOISON_MEMORY_REGION(p, size);
-#else
-  (void)p, (void)size;
+  (void)p, (void)size, (void)poisoned;
 #endif
 }
 
 constexpr size_t kNameOffset = offsetof(FreeBlock, name);
 
 void Poison(FreeBlock* b) {
-  PoisonRegion(reinterpret_cast<char*>(b) + kNameOffset, kPoolBlockSize - kNameOffset);
+  SetPoisoned(reinterpret_cast<char*>(b) + kNameOffset, kPoolBlockSize - kNameOffset, true);
 }
-void Unpoison(FreeBlock* b) { UnpoisonRegion(b, kPoolBlockSize); }
+void Unpoison(FreeBlock* b) { SetPoisoned(b, kPoolBlockSize, false); }
 
 // Free blocks, the one freed last first: after a bag is freed, the next one read takes the
 // blocks still in the cache.
@@ -252,9 +249,9 @@ void RecycleName(Text& name) noexcept {
       capacity > kMaxRecycledName) {
     return;
   }
-  UnpoisonRegion(b->name, sizeof b->name);
+  SetPoisoned(b->name, sizeof b->name, false);
   ::new (static_cast<void*>(b->name)) Text(std::move(name));
-  PoisonRegion(b->name, sizeof b->name);
+  SetPoisoned(b->name, sizeof b->name, true);
   b->holds_name = true;
 }
 
