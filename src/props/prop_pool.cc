@@ -1,5 +1,7 @@
 #include "props/prop_pool.h"
 
+#include <sys/mman.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -16,6 +18,7 @@
 #endif
 #ifdef QEL_POOL_POISON
 #include <sanitizer/asan_interface.h>
+#include <sanitizer/lsan_interface.h>
 #endif
 
 namespace qel::props {
@@ -95,6 +98,21 @@ struct BlockList {
     count = b->batch_count;
   }
 };
+
+// Chunks are mapped from the system, not taken from malloc: kept for good, they would pin
+// malloc's heap, which then maps and unmaps every large buffer of a program afresh (writing a
+// large bag after reading one took twice as long, in page faults).
+constexpr size_t kChunkBytes = kBatchBlocks * kPoolBlockSize;  // 18 pages
+
+char* MapChunk() {
+  void* mem =
+      mmap(nullptr, kChunkBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mem == MAP_FAILED) throw std::bad_alloc();
+#ifdef QEL_POOL_POISON
+  __lsan_register_root_region(mem, kChunkBytes);  // blocks hold the only pointers to names
+#endif
+  return static_cast<char*>(mem);
+}
 
 // Never destroyed: threads may free blocks while the process ends.
 struct Shared {
@@ -187,7 +205,7 @@ void Refill(ThreadList& t) {
     }
     ++s.chunks;
   }
-  auto* chunk = static_cast<char*>(::operator new(kBatchBlocks* kPoolBlockSize));
+  char* chunk = MapChunk();
   for (size_t i = kBatchBlocks; i-- > 0;) {  // handed out in the order of their addresses
     auto* b = reinterpret_cast<FreeBlock*>(chunk + i * kPoolBlockSize);
     b->holds_name = false;

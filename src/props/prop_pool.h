@@ -6,9 +6,9 @@
 // and hands further ones to a list shared by every thread (under a mutex), from which a thread
 // that runs out refills before carving a new chunk. A thread that ends hands all its blocks
 // over; what it frees after that (while its other thread-local objects are destroyed) goes
-// straight to the shared list. Chunks are never returned to the system: the pool keeps as many
-// blocks as were ever in use at once, for later bags. Under AddressSanitizer a free block is
-// poisoned, so a use after free is still caught.
+// straight to the shared list. Chunks are mapped from the system apart from malloc's heap and
+// never returned: the pool keeps as many blocks as were ever in use at once, for later bags. Under
+// AddressSanitizer a free block is poisoned, so a use after free is still caught.
 #ifndef QEL_SRC_PROPS_PROP_POOL_H_
 #define QEL_SRC_PROPS_PROP_POOL_H_
 
