@@ -255,7 +255,8 @@ Text PoolName(TextView name) {
   Text text(std::move(*t.Spare()));
   t.Spare()->~Text();
   t.has_spare = false;
-  text.assign(name);
+  text.clear();
+  text.append(name);  // cheaper than assign, which allows for overlap
   return text;
 }
 
