@@ -5,6 +5,7 @@
 #include "props/prop_pool.h"
 
 #include <gtest/gtest.h>
+#include <sanitizer/lsan_interface.h>
 
 #include <functional>
 #include <set>
@@ -135,6 +136,28 @@ TEST(PropPool, ThreadsFreeingEachOthersPropertiesKeepEveryValue) {
   made[1].clear();
   c.join();
   d.join();
+}
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QEL_TEST_LEAKS 1
+#endif
+#endif
+
+// Name buffers kept by free blocks are reachable for the leak checker at any moment, not only
+// when the process ends.
+TEST(PropPool, KeptNamesAreNotLeaks) {
+#ifdef QEL_TEST_LEAKS
+  OnNewThread([] {
+    {
+      QelProps bag;
+      bag.LoadFromText(Entries(50, u"a_name_that_needs_a_buffer_") + u"q=[another_long_name=1]");
+    }
+    EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
+  });
+#else
+  GTEST_SKIP() << "needs LeakSanitizer";
+#endif
 }
 
 // An object larger than a block still gets its memory, from operator new.
