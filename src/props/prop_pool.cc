@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <mutex>
 #include <new>
-#include <utility>
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -25,16 +24,11 @@ namespace qel::props {
 namespace {
 
 // A free block starts with the link to the next one; when it heads a batch, also with the link
-// to the next batch and the batch's length; and it may hold the buffer of a freed property's
-// name. From `name` on it is poisoned under ASan, except for a name it holds.
+// to the next batch and the batch's length. The rest is poisoned under ASan.
 struct FreeBlock {
   FreeBlock* next;
   FreeBlock* next_batch;
   size_t batch_count;
-  bool holds_name;
-  alignas(Text) unsigned char name[sizeof(Text)];
-
-  Text* Name() { return std::launder(reinterpret_cast<Text*>(name)); }
 };
 static_assert(sizeof(FreeBlock) <= kPoolBlockSize);
 
@@ -44,33 +38,28 @@ constexpr size_t kBatchBlocks = 512;
 // Full batches a thread keeps before handing further ones over.
 constexpr size_t kThreadBatches = 4;
 
-// Marks `size` bytes from `p` as unusable, or usable again, for ASan; nothing without it.
-void SetPoisoned(void* p, size_t size, bool poisoned) {
+void Poison(FreeBlock* b) {
 #ifdef QEL_POOL_POISON
-  if (poisoned) {
-    ASAN_POISON_MEMORY_REGION(p, size);
-  } else {
-    ASAN_UNPOISON_MEMORY_REGION(p, size);
-  }
+  ASAN_POISON_MEMORY_REGION(b + 1, kPoolBlockSize - sizeof(FreeBlock));
 #else
-  (void)p, (void)size, (void)poisoned;
+  (void)b;
 #endif
 }
 
-constexpr size_t kNameOffset = offsetof(FreeBlock, name);
-
-void Poison(FreeBlock* b) {
-  SetPoisoned(reinterpret_cast<char*>(b) + kNameOffset, kPoolBlockSize - kNameOffset, true);
+void Unpoison(FreeBlock* b) {
+#ifdef QEL_POOL_POISON
+  ASAN_UNPOISON_MEMORY_REGION(b, kPoolBlockSize);
+#else
+  (void)b;
+#endif
 }
-void Unpoison(FreeBlock* b) { SetPoisoned(b, kPoolBlockSize, false); }
 
 // Free blocks, the one freed last first: after a bag is freed, the next one read takes the
-// blocks still in the cache.
+// blocks still in the cache (handing out the oldest first was much slower).
 struct BlockList {
   FreeBlock* head = nullptr;
   size_t count = 0;
 
-  // REQUIRES: b->holds_name is set.
   void Push(FreeBlock* b) {
     b->next = head;
     Poison(b);
@@ -108,7 +97,7 @@ char* MapChunk() {
       mmap(nullptr, kChunkBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mem == MAP_FAILED) throw std::bad_alloc();
 #ifdef QEL_POOL_POISON
-  __lsan_register_root_region(mem, kChunkBytes);  // blocks hold the only pointers to names
+  __lsan_register_root_region(mem, kChunkBytes);  // properties point to their names and values
 #endif
   return static_cast<char*>(mem);
 }
@@ -141,11 +130,6 @@ struct ThreadList {
   size_t full_batches = 0;
   bool registered = false;  // the thread's exit hook exists
   bool closed = false;      // the exit hook has run
-  // The name buffer of the block handed out last, for the property made in it.
-  bool has_spare = false;
-  alignas(Text) unsigned char spare[sizeof(Text)] = {};
-
-  Text* Spare() { return std::launder(reinterpret_cast<Text*>(spare)); }
 };
 
 constinit thread_local ThreadList tl_list;
@@ -160,8 +144,6 @@ struct ExitHook {
       GiveBatch(b);
     }
     t.full_batches = 0;
-    if (t.has_spare) t.Spare()->~Text();
-    t.has_spare = false;
     t.closed = true;
   }
 };
@@ -207,7 +189,6 @@ void Refill(ThreadList& t) {
   char* chunk = MapChunk();
   for (size_t i = kBatchBlocks; i-- > 0;) {  // handed out in the order of their addresses
     auto* b = reinterpret_cast<FreeBlock*>(chunk + i * kPoolBlockSize);
-    b->holds_name = false;
     t.blocks.Push(b);
   }
 }
@@ -221,20 +202,12 @@ void* PoolAllocate() {
     Refill(t);
   }
   FreeBlock* b = t.blocks.Pop();
-  if (b->holds_name) {
-    // The block's name buffer waits in the thread's spare for the property made in the block.
-    if (t.has_spare) t.Spare()->~Text();
-    ::new (static_cast<void*>(t.spare)) Text(std::move(*b->Name()));
-    t.has_spare = true;
-    b->Name()->~Text();
-  }
   return b;
 }
 
 void PoolFree(void* block) noexcept {
   ThreadList& t = tl_list;
   auto* b = static_cast<FreeBlock*>(block);
-  b->holds_name = false;
   if (t.blocks.count == kBatchBlocks || !t.registered || t.closed) [[unlikely]] {
     if (t.closed) {
       BlockList one;
@@ -246,31 +219,6 @@ void PoolFree(void* block) noexcept {
     if (t.blocks.count == kBatchBlocks) StoreBatch(t);
   }
   t.blocks.Push(b);
-}
-
-Text PoolName(TextView name) {
-  ThreadList& t = tl_list;
-  if (name.size() <= Text().capacity() || !t.has_spare) return Text(name);
-  Text text(std::move(*t.Spare()));
-  t.Spare()->~Text();
-  t.has_spare = false;
-  text.clear();
-  text.append(name);  // cheaper than assign, which allows for overlap
-  return text;
-}
-
-void RecycleName(Text& name) noexcept {
-  // Kept in the block freed last, which is still in the cache.
-  FreeBlock* b = tl_list.blocks.head;
-  const size_t capacity = name.capacity();
-  if (b == nullptr || b->holds_name || capacity <= Text().capacity() ||
-      capacity > kMaxRecycledName) {
-    return;
-  }
-  // Left unpoisoned: the leak checker skips poisoned words, and would take the buffer for lost.
-  SetPoisoned(b->name, sizeof b->name, false);
-  ::new (static_cast<void*>(b->name)) Text(std::move(name));
-  b->holds_name = true;
 }
 
 PoolCounts CountPool() {

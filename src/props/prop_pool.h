@@ -15,8 +15,6 @@
 #include <cstddef>
 #include <memory>
 
-#include "qel/frame/text.h"
-
 namespace qel::props {
 
 // Size of a block: a QelProp together with the control block of its shared_ptr.
@@ -26,17 +24,6 @@ inline constexpr size_t kPoolBlockSize = 144;
 void* PoolAllocate();
 // Returns a block from PoolAllocate, on any thread.
 void PoolFree(void* block) noexcept;
-
-// Name buffers. A property's name, when the property goes, stays with a free block on the
-// thread (one per block, of at most kMaxRecycledName units of capacity), and the property next
-// made in that block takes it: with the blocks, reading and freeing a bag then costs no malloc
-// for names that fit. A name too short to need a buffer of its own is not kept.
-inline constexpr size_t kMaxRecycledName = 64;
-// A Text holding `name`, in the buffer of a recycled name when the thread has one at hand.
-Text PoolName(TextView name);
-// Keeps the buffer of a name that is going away, when there is a free block to keep it in;
-// `name` is then left empty.
-void RecycleName(Text& name) noexcept;
 
 // What the pool holds, for tests: free blocks on the calling thread's list and on the shared
 // list, and chunks carved so far.

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstring>
 
-#include "props/prop_pool.h"
 #include "props/props_format.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/frame/error.h"
@@ -71,11 +70,7 @@ QelProp::QelProp(TextView name)
       key_hash_(props::KeyHash(name_)) {}
 
 QelProp::QelProp(Prepared prepared, TextView trimmed_name)
-    : name_(props::PoolName(trimmed_name)),
-      name_is_token_(prepared.is_token_),
-      key_hash_(prepared.hash_) {}
-
-QelProp::~QelProp() { props::RecycleName(name_); }
+    : name_(trimmed_name), name_is_token_(prepared.is_token_), key_hash_(prepared.hash_) {}
 
 Text QelProp::StrName() const { return name_is_token_ ? name_ : QuoteText(name_); }
 

@@ -35,7 +35,6 @@ class QelProp final : public Object {
   explicit QelProp(TextView name = {});
   // The same for a name a bag has trimmed and prepared.
   QelProp(Prepared prepared, TextView trimmed_name);
-  ~QelProp() override;
 
   TextView ClassName() const override { return u"QelProp"; }
 
