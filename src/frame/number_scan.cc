@@ -2,7 +2,7 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <cstring>
 
 namespace qel::internal {
 namespace {
@@ -138,11 +138,14 @@ bool ScannedToDouble(const ScannedNumber& n, double* out) {
     *out = 0;
     return true;
   }
+  // "digits" "e" exponent, written by hand: snprintf cost more than the conversion.
   char buf[ScannedNumber::kMaxDigits + 32];
-  const int len = std::snprintf(buf, sizeof buf, "%.*se%lld", n.count, n.digits,
-                                static_cast<long long>(n.exponent));
+  std::memcpy(buf, n.digits, static_cast<size_t>(n.count));
+  char* end = buf + n.count;
+  *end++ = 'e';
+  end = std::to_chars(end, buf + sizeof buf, n.exponent).ptr;
   double v = 0;
-  const auto r = std::from_chars(buf, buf + len, v);
+  const auto r = std::from_chars(buf, end, v);
   if (r.ec == std::errc::result_out_of_range) {
     if (magnitude > 0) return false;
     v = 0;

@@ -29,18 +29,23 @@
 //
 // Design. A hand-written recursive-descent parser over a view of the text: one token of
 // look-ahead, token texts are views into the input except for strings with doubled quotes,
-// which are unescaped into one reused buffer. Each nested bag is one more ParseList/ParseEntry
-// pair of frames, so nesting is capped at props::kMaxNesting (1000) levels, past which error 28
+// which are unescaped into one reused buffer, and adjacent strings, joined in another. Typed
+// strings are converted by TypedValues (typed_value.h) straight from those views. Each nested bag
+// is one more ParseList/ParseEntry pair of frames, so nesting is capped at props::kMaxNesting
+// (1000) levels, past which error 28
 // ("Espacio de pila insuficiente") is raised instead of letting hostile text exhaust the stack.
 // The cap is far beyond any bag people write, and low enough that the deepest recursion of the
 // reader, of the writer, of Merge and of freeing a nested bag fits easily in a thread's stack:
 // on an optimized build, 1000 levels take about 320 KB to read, 256 KB to merge and 128 KB to
 // write or free (a few times that under the sanitizers), against the 8 MB a thread gets by
 // default on Linux.
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
+#include "props/prop_pool.h"
 #include "props/props_format.h"
-#include "qel/frame/convert.h"
+#include "props/typed_value.h"
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 #include "qel/props/qel_props.h"
@@ -50,28 +55,10 @@ namespace {
 
 constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2";
 
-int HexValue(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  return -1;
-}
-
-bool DecodeHex(TextView text, ByteArray* out) {
-  if (text.size() % 2 != 0) return false;
-  out->resize(text.size() / 2);
-  for (size_t i = 0; i < out->size(); ++i) {
-    const int hi = HexValue(text[2 * i]);
-    const int lo = HexValue(text[2 * i + 1]);
-    if (hi < 0 || lo < 0) return false;
-    (*out)[i] = static_cast<uint8_t>(hi * 16 + lo);
-  }
-  return true;
-}
-
 class Parser {
  public:
-  explicit Parser(TextView text) : text_(text), decimal_(ThreadLocale().decimal) {}
+  explicit Parser(TextView text)
+      : text_(text), p_(text.data()), end_(text.data() + text.size()), typed_(ThreadLocale()) {}
 
   void ParseText(QelProps* bag) {
     ParseList(bag, 0);
@@ -83,90 +70,96 @@ class Parser {
 
   bool AtSymbol(char16_t c) const { return kind_ == Kind::kSymbol && token_[0] == c; }
 
-  void SkipBlanksAndComments() {
-    const size_t n = text_.size();
-    while (pos_ < n) {
-      const char16_t c = text_[pos_];
-      if (c == u' ' || c == u'\t' || c == u'\r' || c == u'\n') {
-        ++pos_;
-      } else if (c == u'/' && pos_ + 1 < n && text_[pos_ + 1] == u'/') {
-        const size_t eol = text_.find(u'\n', pos_ + 2);
-        pos_ = eol == TextView::npos ? n : eol + 1;
-      } else {
-        break;
-      }
+  // Moves past blanks and comments; false at the end of the text.
+  bool SkipBlanksAndComments() {
+    for (; p_ < end_; ++p_) {
+      const char16_t c = *p_;
+      if (c == u' ' || c == u'\t' || c == u'\r' || c == u'\n') continue;
+      if (c != u'/' || p_ + 1 == end_ || p_[1] != u'/') return true;
+      const size_t eol = FindUnit(text_, u'\n', Offset(p_ + 2));
+      if (eol == TextView::npos) break;
+      p_ = text_.data() + eol;
     }
+    p_ = end_;
+    return false;
   }
 
+  size_t Offset(const char16_t* p) const { return static_cast<size_t>(p - text_.data()); }
+
   void Next() {
-    SkipBlanksAndComments();
-    const size_t n = text_.size();
-    if (pos_ >= n) {
+    if (!SkipBlanksAndComments()) {
       kind_ = Kind::kEnd;
       token_ = u"[EOS]";
       return;
     }
-    const size_t start = pos_;
-    const char16_t c = text_[pos_++];
+    const char16_t* const start = p_;
+    const char16_t c = *p_++;
     if (IsNameStart(c)) {
-      while (pos_ < n && IsNameChar(text_[pos_])) ++pos_;
+      p_ = SkipNameChars(p_, end_);
       kind_ = Kind::kName;
     } else if (IsDigit(c) || c == u'-') {
-      while (pos_ < n && IsDigit(text_[pos_])) ++pos_;
-      kind_ = pos_ - start == 1 && c == u'-' ? Kind::kSymbol : Kind::kNumber;
+      ReadNumber(c);
     } else if (c == u'"' || c == u'\'') {
       ReadString(c);
       return;
     } else {
       kind_ = Kind::kSymbol;
     }
-    token_ = text_.substr(start, pos_ - start);
-    if (kind_ == Kind::kNumber) number_ = ToInt32(token_);
+    token_ = TextView(start, static_cast<size_t>(p_ - start));
+  }
+
+  // The digits after a first digit or "-"; a lone "-" is a symbol. Raises 6 when the number
+  // does not fit 32 bits.
+  void ReadNumber(char16_t first) {
+    const bool negative = first == u'-';
+    if (negative && (p_ == end_ || !IsDigit(*p_))) {
+      kind_ = Kind::kSymbol;
+      return;
+    }
+    constexpr int64_t kLimit = int64_t{1} << 31;
+    int64_t v = negative ? 0 : first - u'0';
+    for (; p_ < end_ && IsDigit(*p_); ++p_) {
+      if (v <= kLimit) v = v * 10 + (*p_ - u'0');  // past the limit only the length matters
+    }
+    if (v > (negative ? kLimit : kLimit - 1)) RaiseRuntime(kErrOverflow);
+    kind_ = Kind::kNumber;
+    number_ = static_cast<int32_t>(negative ? -v : v);
   }
 
   // The string after an opening quote; token_ views the input when no quote is doubled.
   void ReadString(char16_t quote) {
     kind_ = Kind::kString;
+    token_in_buffer_ = false;
     const size_t n = text_.size();
-    const size_t start = pos_;
-    size_t q = text_.find(quote, pos_);
+    size_t pos = Offset(p_);
+    size_t q = FindUnit(text_, quote, pos);
     if (q == TextView::npos || q + 1 >= n || text_[q + 1] != quote) {
       const size_t end = q == TextView::npos ? n : q;
-      token_ = text_.substr(start, end - start);
-      pos_ = q == TextView::npos ? n : q + 1;
+      token_ = text_.substr(pos, end - pos);
+      p_ = text_.data() + (q == TextView::npos ? n : q + 1);
       return;
     }
-    unescaped_.assign(text_.substr(start, q + 1 - start));
-    pos_ = q + 2;
+    unescaped_.assign(text_.substr(pos, q + 1 - pos));
+    pos = q + 2;
     for (;;) {
-      q = text_.find(quote, pos_);
+      q = FindUnit(text_, quote, pos);
       if (q == TextView::npos) {
-        unescaped_.append(text_.substr(pos_));
-        pos_ = n;
+        unescaped_.append(text_.substr(pos));
+        pos = n;
         break;
       }
-      unescaped_.append(text_.substr(pos_, q - pos_));
+      unescaped_.append(text_.substr(pos, q - pos));
       if (q + 1 < n && text_[q + 1] == quote) {
         unescaped_.push_back(quote);
-        pos_ = q + 2;
+        pos = q + 2;
       } else {
-        pos_ = q + 1;
+        pos = q + 1;
         break;
       }
     }
+    p_ = text_.data() + pos;
     token_ = unescaped_;
-  }
-
-  static int32_t ToInt32(TextView digits) {
-    const bool negative = digits[0] == u'-';
-    int64_t v = 0;
-    for (size_t i = negative ? 1 : 0; i < digits.size(); ++i) {
-      v = v * 10 + (digits[i] - u'0');
-      if (v > int64_t{1} << 31) RaiseRuntime(kErrOverflow);
-    }
-    if (negative) v = -v;
-    if (v > INT32_MAX) RaiseRuntime(kErrOverflow);
-    return static_cast<int32_t>(v);
+    token_in_buffer_ = true;
   }
 
   [[noreturn, gnu::noinline, gnu::cold]] void Expected(TextView what) const {
@@ -181,8 +174,10 @@ class Parser {
       if (AtSymbol(u';')) continue;
       if (kind_ == Kind::kName) {
         ParseEntry(bag, token_, true, depth);
+      } else if (kind_ == Kind::kString && !token_in_buffer_) {
+        ParseEntry(bag, Trim(token_), false, depth);
       } else if (kind_ == Kind::kString) {
-        const Text name(Trim(token_));
+        const Text name(Trim(token_));  // the buffer is reused by the next string
         ParseEntry(bag, name, false, depth);
       } else {
         return;  // the caller decides what may follow
@@ -191,17 +186,24 @@ class Parser {
     }
   }
 
+  // True, having read it, when the next token is the symbol `c`; otherwise nothing is read.
+  // What Next and AtSymbol do, for the symbols that usually follow.
+  bool TakeSymbol(char16_t c) {
+    if (!SkipBlanksAndComments() || *p_ != c) return false;
+    ++p_;
+    return true;
+  }
+
   // `is_token`: the name was a name token (else a string).
   void ParseEntry(QelProps* bag, TextView name, bool is_token, int depth) {
-    Next();
     int32_t code = -1;
-    if (AtSymbol(u':')) {
+    if (TakeSymbol(u':')) {
       Next();
       if (kind_ != Kind::kNumber) Expected(u"un número después del símbolo ':'");
       code = number_;
-      Next();
     }
-    if (!AtSymbol(u'=')) {
+    if (!TakeSymbol(u'=')) {
+      Next();  // whatever follows is for the caller
       Store(bag, name, is_token, Variant::Null());
       return;
     }
@@ -221,8 +223,8 @@ class Parser {
         break;
       default: {
         if (!AtSymbol(u'[')) Expected(u"un valor después del símbolo '='");
-        auto nested = std::make_shared<QelProps>();
-        ParseList(nested.get(), depth + 1);
+        auto nested = std::allocate_shared<QelProps>(PoolAllocator<QelProps>());
+        ParseNested(nested.get(), depth + 1);
         if (!AtSymbol(u']')) Expected(u"el símbolo ']'");
         Next();
         value = Variant(std::move(nested));
@@ -230,6 +232,17 @@ class Parser {
       }
     }
     Store(bag, name, is_token, std::move(value));
+  }
+
+  // Nested bags at one depth are often rows of one shape, so each starts with room for as many
+  // properties as the previous one had, up to kMaxReserve.
+  void ParseNested(QelProps* bag, int depth) {
+    constexpr uint32_t kMaxReserve = 128;
+    const auto level = static_cast<size_t>(depth);
+    if (level >= sizes_.size()) sizes_.resize(level + 1, 0);
+    QelPropsInternal::Reserve(bag, sizes_[level]);
+    ParseList(bag, depth);
+    sizes_[level] = std::min(static_cast<uint32_t>(bag->Count()), kMaxReserve);
   }
 
   static void Store(QelProps* bag, TextView name, bool is_token, Variant value) {
@@ -243,69 +256,35 @@ class Parser {
   // The current string token joined with the strings that follow it, converted by the type
   // code. Kept out of ParseEntry so that the frames of nested bags stay small.
   [[gnu::noinline]] Variant StringValue(int32_t code) {
-    VarType type;
-    switch (code) {
-      case 0:
-        JoinStrings(nullptr);
-        return Variant();
-      case 2:
-      case 3:
-      case 4:
-      case 5:
-      case 6:
-      case 7:
-      case 11:
-      case 14:
-      case 17:
-        type = static_cast<VarType>(code);
-        break;
-      case kByteArrayCode: {
-        Text text = JoinStrings(nullptr);
-        ByteArray bytes;
-        if (DecodeHex(text, &bytes)) return Variant(std::move(bytes));
-        return Variant(std::move(text));
-      }
-      default:
-        return Variant(JoinStrings(nullptr));
-    }
-    // The text to convert goes through one buffer that each conversion hands back.
-    Variant text(JoinStrings(&buffer_));
-    Text& digits = text.Get<Text>();
-    if (code == 4 || code == 5 || code == 6 || code == 14) {
-      const size_t comma = digits.rfind(u',');
-      if (comma != Text::npos && decimal_ != u',') digits[comma] = decimal_;
-    }
-    try {
-      Variant value = ChangeType(text, type);
-      buffer_ = std::move(digits);
-      return value;
-    } catch (const Error&) {
-      return text;  // a String that does not convert stays a String
-    }
+    return typed_.Convert(JoinStrings(), code);
   }
 
-  // The current string token and those right after it, joined in `*reuse` (emptied first) or
-  // in a new text.
-  Text JoinStrings(Text* reuse) {
-    Text joined;
-    if (reuse != nullptr) {
-      joined = std::move(*reuse);
-      joined.assign(token_);
-    } else {
-      joined.assign(token_);
+  // The current string token and those right after it, joined; the view lasts until the next
+  // string token is read.
+  TextView JoinStrings() {
+    TextView first = token_;
+    if (token_in_buffer_) {  // the next string may reuse that buffer
+      joined_.assign(first);
+      first = joined_;
     }
-    for (Next(); kind_ == Kind::kString; Next()) joined.append(token_);
-    return joined;
+    Next();
+    if (kind_ != Kind::kString) return first;
+    if (first.data() != joined_.data()) joined_.assign(first);
+    for (; kind_ == Kind::kString; Next()) joined_.append(token_);
+    return joined_;
   }
 
   TextView text_;
-  size_t pos_ = 0;
-  const char16_t decimal_;
+  const char16_t* p_;
+  const char16_t* const end_;
   Kind kind_ = Kind::kEnd;
   TextView token_;
+  bool token_in_buffer_ = false;  // token_ views unescaped_
   int32_t number_ = 0;
   Text unescaped_;
-  Text buffer_;
+  Text joined_;
+  std::vector<uint32_t> sizes_;  // by depth, the size of the last nested bag read
+  const TypedValues typed_;
 };
 
 }  // namespace

@@ -99,6 +99,9 @@ TEST_F(PropsTextEs, ReadsEntriesValuesAndTypeCodes) {
       {"X='a''", "X(8)=a'"},
       {"X=\"a\r\nb;[]\"", "X(8)=a\r\nb;[]"},
       {"X:7=\"15-03-2006\" // typed strings join first\n \"\"", "X(7)=03/15/2006"},
+      {"X // a\n : // b\n 5 // c\n = // d\n \"1,5\" ; Y\t:\t3\t=\t'7'", "X(5)=1.5|Y(3)=7"},
+      {"X:5=\"1\"\"5\"", "X(8)=1\"5"},
+      {"\"a\"\"b\":5=\"1,\" '5'", "a\"b(5)=1.5"},
   };
   for (const auto& [text, dump] : cases) EXPECT_EQ(ReadUtf8(text), dump) << text;
 }
@@ -126,11 +129,50 @@ TEST(PropsTextErrors, SyntaxErrorsNameTheTokenAndWhatWasExpected) {
       {"1=2", Syntax("1", "el final del texto")},
       {"/", Syntax("/", "el final del texto")},
       {"X=1,Y=2", Syntax(",", "el final del texto")},
+      {"X:5 \"1\"", Syntax("1", "el final del texto")},
+      {"X : // c\n : 5", Syntax(":", "un número después del símbolo ':'")},
+      {"X:5 = ", Syntax("[EOS]", "un valor después del símbolo '='")},
+      {"X Y", Syntax("Y", "el final del texto")},
       {"X=99999999999", "6|QelStd1|Desbordamiento"},
       {"X=2147483648", "6|QelStd1|Desbordamiento"},
       {"X:-99999999999=\"1\"", "6|QelStd1|Desbordamiento"},
   };
   for (const auto& [text, error] : cases) EXPECT_EQ(ReadError(text), error) << text;
+}
+
+// The name characters as the grammar atop props_parser.cc spells them out.
+bool GrammarNameStart(char16_t c) {
+  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_' ||
+         (c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7);
+}
+bool GrammarNameChar(char16_t c) { return GrammarNameStart(c) || (c >= u'0' && c <= u'9'); }
+
+TEST(PropsTextRead, NamesEndWhereTheGrammarSays) {
+  // Mostly name characters, and the units on either side of each range, at every offset of
+  // the eight-unit steps the reader takes.
+  const char16_t common[] = {u'a', u'z', u'A', u'Z', u'_', u'0', u'9', 0xE9};
+  const char16_t edges[] = {u'@', u'[', u'`', u'{', u'/', u'/', u':',  u'^',  u'=',  u';',  0x7F,
+                            0xBF, 0xC0, 0xD7, 0xDF, 0xF7, 0xFF, 0x100, 0x24F, 0x250, 0x4E2D};
+  std::mt19937 rng(3);
+  for (int i = 0; i < 4000; ++i) {
+    Text name;
+    const int n = 1 + static_cast<int>(rng() % 26);
+    for (int k = 0; k < n; ++k) {
+      name += rng() % 6 ? common[rng() % std::size(common)] : edges[rng() % std::size(edges)];
+    }
+    size_t prefix = GrammarNameStart(name[0]) ? 1 : 0;
+    while (prefix > 0 && prefix < name.size() && GrammarNameChar(name[prefix])) ++prefix;
+    ASSERT_EQ(QelProp(name).name_is_token(), prefix == name.size()) << ToUtf8(name);
+    if (prefix == 0) continue;
+    QelProps bag;
+    try {
+      bag.LoadFromText(name + u"=1");
+    } catch (const Error&) {
+    }
+    // What the reader stored first, if anything, is named by the longest name token in front.
+    if (bag.Count() > 0) ASSERT_EQ(bag.Item(1)->Name(), name.substr(0, prefix)) << ToUtf8(name);
+    if (prefix == name.size()) ASSERT_EQ(bag.Value(name), Variant(1)) << ToUtf8(name);
+  }
 }
 
 TEST(PropsTextRead, TextMayBeOneOfTheBagsOwnValues) {

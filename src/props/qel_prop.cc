@@ -13,10 +13,8 @@ namespace props {
 
 bool IsNameToken(TextView name) {
   if (name.empty() || !IsNameStart(name[0])) return false;
-  for (char16_t c : name.substr(1)) {
-    if (!IsNameChar(c)) return false;
-  }
-  return true;
+  const char16_t* end = name.data() + name.size();
+  return SkipNameChars(name.data() + 1, end) == end;
 }
 
 namespace {
@@ -55,8 +53,10 @@ uint64_t KeyHash(TextView key) {
     h ^= h >> 29;
   }
   if (i < key.size()) {
+    // The last one to three units, gathered by shifts: a memcpy of a variable length here
+    // costs a library call and a stalled load.
     uint64_t w = 0;
-    std::memcpy(&w, key.data() + i, (key.size() - i) * sizeof(char16_t));
+    for (size_t k = 0; i + k < key.size(); ++k) w |= uint64_t{key[i + k]} << (16 * k);
     h = (h ^ (w & kFold)) * kMul;
   }
   return Mix(h);

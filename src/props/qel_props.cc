@@ -8,6 +8,7 @@
 #include <bit>
 #include <utility>
 
+#include "props/prop_pool.h"
 #include "props/props_format.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -83,7 +84,8 @@ void QelProps::IndexInsert(size_t item) {
 
 QelProp& QelProps::Append(TextView trimmed_name, uint64_t hash, bool is_token) {
   const QelProp::Prepared prepared(hash, is_token || props::IsNameToken(trimmed_name));
-  items_.push_back(std::make_shared<QelProp>(prepared, trimmed_name));
+  items_.push_back(
+      std::allocate_shared<QelProp>(props::PoolAllocator<QelProp>(), prepared, trimmed_name));
   IndexInsert(items_.size() - 1);
   return *items_.back();
 }
