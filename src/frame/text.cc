@@ -241,19 +241,23 @@ __attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t 
   return TextView::npos;
 }
 
-// Copies whole blocks of 32 from *from, leaving *from at the first unit not copied; true when
+// Copies whole blocks of 64 from *from, leaving *from at the first unit not copied; true when
 // one of them held `c`.
 __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* from,
                                                      char16_t* out, char16_t c) {
   const __m256i needle = _mm256_set1_epi16(static_cast<short>(c));
   __m256i seen = _mm256_setzero_si256();
   size_t i = *from;
-  for (; i + 32 <= n; i += 32) {
-    const __m256i x = Load16(p + i), y = Load16(p + i + 16);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), x);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), y);
-    seen = _mm256_or_si256(seen, _mm256_or_si256(_mm256_cmpeq_epi16(x, needle),
-                                                 _mm256_cmpeq_epi16(y, needle)));
+  for (; i + 64 <= n; i += 64) {
+    const __m256i w = Load16(p + i), x = Load16(p + i + 16);
+    const __m256i y = Load16(p + i + 32), z = Load16(p + i + 48);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), w);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), x);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 32), y);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 48), z);
+    const __m256i wx = _mm256_or_si256(_mm256_cmpeq_epi16(w, needle), _mm256_cmpeq_epi16(x, needle));
+    const __m256i yz = _mm256_or_si256(_mm256_cmpeq_epi16(y, needle), _mm256_cmpeq_epi16(z, needle));
+    seen = _mm256_or_si256(seen, _mm256_or_si256(wx, yz));
   }
   *from = i;
   return !_mm256_testz_si256(seen, seen);
