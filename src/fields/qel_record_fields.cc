@@ -374,7 +374,7 @@ void QelRecordFields::SetRecordData(std::shared_ptr<QelRecordData> data) {
 }
 
 void QelRecordFields::NotifyDataChanged() {
-  if (*listeners_ == 0) return;
+  if (!listeners_ || *listeners_ == 0) return;
   for (const auto& f : fields_) f->NotifyDataChanged();
 }
 

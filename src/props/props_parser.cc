@@ -139,7 +139,7 @@ class Parser {
       p_ = text_.data() + (q == TextView::npos ? n : q + 1);
       return;
     }
-    unescaped_.assign(text_.substr(pos, q + 1 - pos));
+    AssignText(unescaped_, text_.substr(pos, q + 1 - pos));
     pos = q + 2;
     for (;;) {
       q = FindUnit(text_, quote, pos);
@@ -264,12 +264,12 @@ class Parser {
   TextView JoinStrings() {
     TextView first = token_;
     if (token_in_buffer_) {  // the next string may reuse that buffer
-      joined_.assign(first);
+      AssignText(joined_, first);
       first = joined_;
     }
     Next();
     if (kind_ != Kind::kString) return first;
-    if (first.data() != joined_.data()) joined_.assign(first);
+    if (first.data() != joined_.data()) AssignText(joined_, first);
     for (; kind_ == Kind::kString; Next()) joined_.append(token_);
     return joined_;
   }
