@@ -1,6 +1,7 @@
 #include "qel/frame/text.h"
 
 #include <array>
+#include <cstdint>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -212,6 +213,14 @@ bool HasAvx2() {
   return has;
 }
 
+bool HasAvx512() {
+  static const bool has = __builtin_cpu_supports("avx512bw");
+  return has;
+}
+
+// The mask of the first `n` of 32 lanes (n <= 32).
+__mmask32 FirstLanes(size_t n) { return static_cast<__mmask32>((uint64_t{1} << n) - 1); }
+
 __attribute__((target("avx2"))) __m256i Load16(const char16_t* p) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
@@ -241,13 +250,49 @@ __attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t 
   return TextView::npos;
 }
 
-// Copies whole blocks of 64 from *from, leaving *from at the first unit not copied; true when
-// one of them held `c`.
+// The first `a` or `b` from `from`, 32 units at a time, the last ones under a mask: as cheap for
+// the few units up to the end of a label as for a long text.
+__attribute__((target("avx512f,avx512bw"))) size_t FindEitherAvx512(const char16_t* p, size_t n,
+                                                                    size_t from, char16_t a,
+                                                                    char16_t b) {
+  const __m512i na = _mm512_set1_epi16(static_cast<short>(a));
+  const __m512i nb = _mm512_set1_epi16(static_cast<short>(b));
+  for (size_t i = from; i < n; i += 32) {
+    const __mmask32 lanes = n - i >= 32 ? ~__mmask32{0} : FirstLanes(n - i);
+    const __m512i x = _mm512_maskz_loadu_epi16(lanes, p + i);
+    const __mmask32 hit = _mm512_mask_cmpeq_epi16_mask(lanes, x, na) |
+                          _mm512_mask_cmpeq_epi16_mask(lanes, x, nb);
+    if (hit != 0) return i + static_cast<size_t>(__builtin_ctz(hit));
+  }
+  return TextView::npos;
+}
+
+// Copies 16 units, marking those equal to the needle's.
+__attribute__((target("avx2"))) __m256i Copy16(const char16_t* p, char16_t* out, __m256i needle) {
+  const __m256i x = Load16(p);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), x);
+  return _mm256_cmpeq_epi16(x, needle);
+}
+
+// Units to skip from `out` to the next `align`-byte boundary (at most align / 2 - 1).
+size_t UnitsToBoundary(const char16_t* out, size_t align) {
+  const auto addr = reinterpret_cast<uintptr_t>(out);
+  return ((align - (addr & (align - 1))) & (align - 1)) / sizeof(char16_t);
+}
+
+// The copies below store on vector-sized boundaries of `out` after a first unaligned block (the
+// units between are stored twice): a store that straddles two cache lines costs about twice as
+// much, and a buffer from malloc is only 16-byte aligned.
+
+// Copies from *from while at least 16 units remain, leaving *from at the first unit not copied;
+// true when one of the units copied was `c`.
 __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* from,
                                                      char16_t* out, char16_t c) {
   const __m256i needle = _mm256_set1_epi16(static_cast<short>(c));
-  __m256i seen = _mm256_setzero_si256();
   size_t i = *from;
+  if (i + 16 > n) return false;
+  __m256i seen = Copy16(p + i, out + i, needle);
+  i += UnitsToBoundary(out + i, 32);
   for (; i + 64 <= n; i += 64) {
     const __m256i w = Load16(p + i), x = Load16(p + i + 16);
     const __m256i y = Load16(p + i + 32), z = Load16(p + i + 48);
@@ -259,8 +304,41 @@ __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n
     const __m256i yz = _mm256_or_si256(_mm256_cmpeq_epi16(y, needle), _mm256_cmpeq_epi16(z, needle));
     seen = _mm256_or_si256(seen, _mm256_or_si256(wx, yz));
   }
+  for (; i + 16 <= n; i += 16) seen = _mm256_or_si256(seen, Copy16(p + i, out + i, needle));
   *from = i;
   return !_mm256_testz_si256(seen, seen);
+}
+
+__attribute__((target("avx512f"))) __m512i Copy32(const char16_t* p, char16_t* out) {
+  const __m512i x = _mm512_loadu_si512(p);
+  _mm512_storeu_si512(out, x);
+  return x;
+}
+
+// The whole copy, 32 units to a register; the last units with a masked load and store.
+__attribute__((target("avx512f,avx512bw"))) bool CopyTestingAvx512(const char16_t* p, size_t n,
+                                                                   char16_t* out, char16_t c) {
+  const __m512i needle = _mm512_set1_epi16(static_cast<short>(c));
+  __mmask32 seen = 0;
+  size_t i = 0;
+  if (n >= 32) {
+    seen = _mm512_cmpeq_epi16_mask(Copy32(p, out), needle);
+    for (i = UnitsToBoundary(out, 64); i + 64 <= n; i += 64) {
+      const __m512i x = Copy32(p + i, out + i), y = Copy32(p + i + 32, out + i + 32);
+      seen |= _mm512_cmpeq_epi16_mask(x, needle) | _mm512_cmpeq_epi16_mask(y, needle);
+    }
+    if (i + 32 <= n) {
+      seen |= _mm512_cmpeq_epi16_mask(Copy32(p + i, out + i), needle);
+      i += 32;
+    }
+  }
+  if (i < n) {
+    const __mmask32 m = FirstLanes(n - i);
+    const __m512i x = _mm512_maskz_loadu_epi16(m, p + i);
+    _mm512_mask_storeu_epi16(out + i, m, x);
+    seen |= _mm512_mask_cmpeq_epi16_mask(m, x, needle);
+  }
+  return seen != 0;
 }
 
 #endif
@@ -276,6 +354,7 @@ size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from) {
   const size_t n = text.size();
   size_t i = from;
 #if defined(__x86_64__)
+  if (HasAvx512()) return FindEitherAvx512(p, n, from, a, b);
   if (HasAvx2()) {
     if (size_t found = FindEitherAvx2(p, n, &i, a, b); found != TextView::npos) return found;
   }
@@ -299,6 +378,7 @@ bool CopyTestingUnit(TextView text, char16_t* out, char16_t c) {
   size_t i = 0;
   bool found = false;
 #if defined(__x86_64__)
+  if (HasAvx512()) return CopyTestingAvx512(p, n, out, c);
   if (HasAvx2()) found = CopyTestingAvx2(p, n, &i, out, c);
   const __m128i needle = _mm_set1_epi16(static_cast<short>(c));
   __m128i seen = _mm_setzero_si128();

@@ -88,12 +88,17 @@ TEST(UnitScans, AgreeWithFindAtEveryOffsetAndLength) {
       ASSERT_EQ(FindEitherUnit(v, u'\x1D', u'\x1C', from), v.find_first_of(u"\x1C\x1D", from))
           << len << " " << from;
     }
+    // Every alignment of the source and of the output.
     for (size_t start = 0; start < 8 && start <= len; ++start) {
       const TextView part = v.substr(start);
-      copy.assign(part.size() + 1, u'#');
-      ASSERT_EQ(CopyTestingUnit(part, copy.data(), u'\x1D'), part.find(u'\x1D') != part.npos);
-      ASSERT_EQ(TextView(copy).substr(0, part.size()), part);
-      EXPECT_EQ(copy.back(), u'#');  // nothing written past the text
+      for (size_t shift = 0; shift < 16; ++shift) {
+        copy.assign(shift + part.size() + 1, u'#');
+        ASSERT_EQ(CopyTestingUnit(part, copy.data() + shift, u'\x1D'),
+                  part.find(u'\x1D') != part.npos);
+        ASSERT_EQ(TextView(copy).substr(shift, part.size()), part) << len << " " << shift;
+        ASSERT_EQ(copy.find_first_not_of(u'#'), part.empty() ? Text::npos : shift);  // nothing before
+        EXPECT_EQ(copy.back(), u'#');  // nothing written past the text
+      }
     }
   }
   EXPECT_EQ(FindUnit(u"abc", 0xFFFF), TextView::npos);

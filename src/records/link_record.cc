@@ -23,8 +23,8 @@ qel::Text QelRecord::Serialize() const {
     if (!label->Value().empty()) head_size += 2 + label->Value().size();
   }
   const auto write_head = [&](char16_t* p) {
-    const auto put = [&p](TextView text) {
-      for (char16_t c : text) *p++ = c;
+    const auto put = [](char16_t* to, TextView text) {
+      return std::copy(text.begin(), text.end(), to);
     };
     *p++ = static_cast<char16_t>(sequence_);
     *p++ = static_cast<char16_t>(opcode_);
@@ -32,13 +32,13 @@ qel::Text QelRecord::Serialize() const {
       if (label->Value().empty()) continue;
       *p++ = kLabelSeparator;
       *p++ = static_cast<char16_t>(label->Code() & qelLabelCodeMask);
-      put(label->Value());
+      p = put(p, label->Value());
     }
     *p++ = kHeaderSeparator;
-    put(server_code_);
+    p = put(p, server_code_);
     *p++ = static_cast<char16_t>(session_id_);
     *p++ = static_cast<char16_t>(tran_code_);
-    put(form_code_);
+    p = put(p, form_code_);
     *p++ = static_cast<char16_t>(protection_);
   };
   // One allocation of the final size. The head is written on the stack when it fits, as it
