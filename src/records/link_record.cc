@@ -120,29 +120,22 @@ bool QelRecord::UnSerializeQuick(TextView message) {
   }
   sequence_ = message[0];  // taken as they come, without the lets' range checks
   opcode_ = message[1];
-  // Labels are gathered and handed over together (most messages carry a few, the same as the
-  // last reply's), and in batches when there are many.
-  std::array<QelLabelText, 8> batch;
-  size_t batched = 0;
-  bool first_batch = true;
-  const auto hand_over = [&] {
-    const std::span<const QelLabelText> labels(batch.data(), batched);
-    if (first_batch) {
-      labels_->Assign(labels);
-    } else {
-      for (const auto& l : labels) labels_->Add(l.code, l.value);
-    }
-    first_batch = false;
-    batched = 0;
+  // Labels are read over the present ones while they come with the same codes in the same
+  // order, as they do reply after reply.
+  size_t reloaded = 0;
+  bool reloading = true;
+  const auto end_reload = [&] {
+    if (reloading) labels_->KeepFirst(reloaded);
+    reloading = false;
   };
   size_t pos = 2;
   bool ended_by_gs = false;  // the last label read was ended by the GS
   while (pos < message.size() && message[pos] == kLabelSeparator) {
     if (pos + 1 >= message.size()) {  // an FS and no code
-      hand_over();
+      end_reload();
       RaiseRuntime(kErrInvalidCall);
     }
-    const char16_t code = message[pos + 1];
+    const int32_t code = qelLabelCodeBase + message[pos + 1];
     pos += 2;
     size_t end = NextSeparator(message, pos);
     if (end == TextView::npos) end = message.size();
@@ -150,10 +143,14 @@ bool QelRecord::UnSerializeQuick(TextView message) {
     const TextView value = message.substr(pos, end - pos);
     pos = end;
     if (value.empty()) continue;
-    if (batched == batch.size()) hand_over();
-    batch[batched++] = {qelLabelCodeBase + code, value};
+    if (reloading && labels_->Reload(reloaded, code, value)) {
+      ++reloaded;
+      continue;
+    }
+    end_reload();
+    labels_->Add(code, value);
   }
-  if (batched > 0 || first_batch) hand_over();
+  end_reload();
   const TextView rest = message.substr(pos);
   if (rest.empty() || rest[0] != kHeaderSeparator) {  // no header: nothing more to load
     data_->AssignData(TextView());

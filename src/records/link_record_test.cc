@@ -103,6 +103,31 @@ TEST(LinkRecord, UnSerializeOddMessages) {
             kErrDuplicateKey);
 }
 
+// Reply after reply: labels that come back are read over the ones there, except one a client
+// holds, which keeps the value it had; labels that do not come back are gone.
+TEST(LinkRecord, LabelsOfEachReplyReplaceTheLastOnes) {
+  auto r = OrderRecord();
+  const auto reply = [](TextView labels) { return u"! " + Text(labels) + kGS + u"       x"; };
+  r->UnSerialize(reply(kFS + u"Ha" + kFS + u"Ub" + kFS + u"Jc"));
+  const auto held = r->Labels()->Item(qelLabelUniqueID);
+  r->UnSerialize(reply(kFS + u"Ha2" + kFS + u"Ub2" + kFS + u"Jc2"));
+  EXPECT_EQ(held->Value(), u"b");
+  EXPECT_EQ(r->Labels()->Value(qelLabelUniqueID), u"b2");
+  EXPECT_EQ(r->Labels()->Value(3), u"c2");
+  r->UnSerialize(reply(kFS + u"Ha3" + kFS + u"Jc3"));  // one fewer, the order kept
+  ASSERT_EQ(r->Labels()->Count(), 2);
+  EXPECT_EQ(r->Labels()->Value(1), u"a3");
+  EXPECT_EQ(r->Labels()->Value(2), u"c3");
+  r->UnSerialize(reply(kFS + u"Jc4" + kFS + u"Ha4" + kFS + u"Ud"));  // another order, one more
+  ASSERT_EQ(r->Labels()->Count(), 3);
+  EXPECT_EQ(r->Labels()->Item(1)->Code(), qelLabelJobID);
+  EXPECT_EQ(r->Labels()->Value(qelLabelHostName), u"a4");
+  EXPECT_EQ(r->Labels()->Value(3), u"d");
+  EXPECT_EQ(held->Value(), u"b");
+  r->UnSerialize(reply(u""));
+  EXPECT_EQ(r->Labels()->Count(), 0);
+}
+
 // However far into the data an FS lies, it ends the last label's value there.
 TEST(LinkRecord, AnFsAnywhereInTheDataEndsTheLastLabel) {
   auto r = OrderRecord();

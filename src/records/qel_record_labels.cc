@@ -1,5 +1,7 @@
 #include "qel/records/qel_record_labels.h"
 
+#include <iterator>
+
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
@@ -70,17 +72,14 @@ void QelRecordLabels::Clear() {
   next_spare_ = 0;
 }
 
-void QelRecordLabels::Assign(std::span<const QelLabelText> labels) {
-  bool in_place = labels.size() == labels_.size();
-  for (size_t i = 0; in_place && i < labels.size(); ++i) {
-    in_place = labels_[i]->Code() == labels[i].code && labels_[i].use_count() == 1;
-  }
-  if (in_place) {
-    for (size_t i = 0; i < labels.size(); ++i) labels_[i]->SetValue(labels[i].value);
-    return;
-  }
-  Clear();
-  for (const auto& l : labels) Add(l.code, l.value);
+void QelRecordLabels::KeepFirst(size_t count) {
+  if (count == 0) return Clear();
+  if (count >= labels_.size()) return;
+  spare_.clear();
+  const auto first = labels_.begin() + static_cast<ptrdiff_t>(count);
+  spare_.assign(std::make_move_iterator(first), std::make_move_iterator(labels_.end()));
+  labels_.erase(first, labels_.end());
+  next_spare_ = 0;
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {

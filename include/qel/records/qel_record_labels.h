@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
 #include "qel/frame/object.h"
@@ -75,12 +74,6 @@ class QelRecordLabel final : public Object {
 
 using QelRecordLabelPtr = std::shared_ptr<QelRecordLabel>;
 
-// A label's code and value as a loader reads them.
-struct QelLabelText {
-  int32_t code = 0;
-  TextView value;
-};
-
 class QelRecordLabels final : public Object {
  public:
   TextView ClassName() const override { return u"QelRecordLabels"; }
@@ -91,11 +84,20 @@ class QelRecordLabels final : public Object {
   QelRecordLabelPtr Add(int32_t code);
   // Add, then the label's value set to `value` as it stands; for loaders.
   void Add(int32_t code, TextView value) { Insert(code).SetValue(value); }
-  // Clear, then Add(code, value) of each in order, raising as Add does (the labels before the
-  // one refused stay). When the present labels have those codes in that order and nobody else
-  // holds them, they only take the new values: a reader loading reply after reply with the
-  // same labels does no more than that.
-  void Assign(std::span<const QelLabelText> labels);
+  // For a loader that reads a new set of labels over the present ones, in order. Reload gives
+  // the label at 0-based `index` the value when it has that code and nobody else holds it, and
+  // answers whether it did; the loader then calls KeepFirst with the number reloaded (removing
+  // the labels after them) and Adds the rest. A record loading reply after reply with the same
+  // labels does no more than take their values.
+  bool Reload(size_t index, int32_t code, TextView value) {
+    if (index >= labels_.size()) return false;
+    QelRecordLabel& label = *labels_[index];
+    if (label.Code() != code || labels_[index].use_count() != 1) return false;
+    label.SetValue(value);
+    return true;
+  }
+  // Removes the labels after the first `count`.
+  void KeepFirst(size_t count);
   // The label under a code (key > 65536) or at a 1-based position; null when absent.
   QelRecordLabelPtr Item(const Variant& key) const;
   // True when a label was removed.
