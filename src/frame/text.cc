@@ -309,26 +309,30 @@ __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n
   return !_mm256_testz_si256(seen, seen);
 }
 
-__attribute__((target("avx512f"))) __m512i Copy32(const char16_t* p, char16_t* out) {
+// Copies 32 units, folding each one's XOR with the needle into `least`.
+__attribute__((target("avx512f,avx512bw"))) __m512i CopyNoting(const char16_t* p, char16_t* out,
+                                                              __m512i needle, __m512i least) {
   const __m512i x = _mm512_loadu_si512(p);
   _mm512_storeu_si512(out, x);
-  return x;
+  return _mm512_min_epu16(least, _mm512_xor_si512(x, needle));
 }
 
-// The whole copy, 32 units to a register; the last units with a masked load and store.
+// The whole copy, 32 units to a register; the last units with a masked load and store. The
+// test keeps, lane by lane, the least of (unit XOR c), which is zero once a unit equals c: two
+// vector operations a block, and nothing moved out of the vector unit until the end.
 __attribute__((target("avx512f,avx512bw"))) bool CopyTestingAvx512(const char16_t* p, size_t n,
                                                                    char16_t* out, char16_t c) {
   const __m512i needle = _mm512_set1_epi16(static_cast<short>(c));
-  __mmask32 seen = 0;
+  __m512i least = _mm512_set1_epi16(-1);
   size_t i = 0;
   if (n >= 32) {
-    seen = _mm512_cmpeq_epi16_mask(Copy32(p, out), needle);
+    least = CopyNoting(p, out, needle, least);
     for (i = UnitsToBoundary(out, 64); i + 64 <= n; i += 64) {
-      const __m512i x = Copy32(p + i, out + i), y = Copy32(p + i + 32, out + i + 32);
-      seen |= _mm512_cmpeq_epi16_mask(x, needle) | _mm512_cmpeq_epi16_mask(y, needle);
+      least = CopyNoting(p + i, out + i, needle, least);
+      least = CopyNoting(p + i + 32, out + i + 32, needle, least);
     }
     if (i + 32 <= n) {
-      seen |= _mm512_cmpeq_epi16_mask(Copy32(p + i, out + i), needle);
+      least = CopyNoting(p + i, out + i, needle, least);
       i += 32;
     }
   }
@@ -336,9 +340,9 @@ __attribute__((target("avx512f,avx512bw"))) bool CopyTestingAvx512(const char16_
     const __mmask32 m = FirstLanes(n - i);
     const __m512i x = _mm512_maskz_loadu_epi16(m, p + i);
     _mm512_mask_storeu_epi16(out + i, m, x);
-    seen |= _mm512_mask_cmpeq_epi16_mask(m, x, needle);
+    least = _mm512_mask_min_epu16(least, m, least, _mm512_xor_si512(x, needle));
   }
-  return seen != 0;
+  return _mm512_cmpeq_epi16_mask(least, _mm512_setzero_si512()) != 0;
 }
 
 #endif
@@ -354,16 +358,23 @@ size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from) {
   const size_t n = text.size();
   size_t i = from;
 #if defined(__x86_64__)
-  if (HasAvx512()) return FindEitherAvx512(p, n, from, a, b);
+  const __m128i na = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i nb = _mm_set1_epi16(static_cast<short>(b));
+  const auto find8 = [&] {
+    const __m128i x = Load8(p + i);
+    return _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(x, na), _mm_cmpeq_epi16(x, nb)));
+  };
+  // Many searches end within a few units (the value of a label): the first two blocks are
+  // looked at before the wide loops are worth starting.
+  for (const size_t near = from + 16; i + 8 <= n && i < near; i += 8) {
+    if (int mask = find8()) return FirstMarked(i, mask);
+  }
+  if (HasAvx512()) return FindEitherAvx512(p, n, i, a, b);
   if (HasAvx2()) {
     if (size_t found = FindEitherAvx2(p, n, &i, a, b); found != TextView::npos) return found;
   }
-  const __m128i na = _mm_set1_epi16(static_cast<short>(a));
-  const __m128i nb = _mm_set1_epi16(static_cast<short>(b));
   for (; i + 8 <= n; i += 8) {
-    const __m128i x = Load8(p + i);
-    const __m128i m = _mm_or_si128(_mm_cmpeq_epi16(x, na), _mm_cmpeq_epi16(x, nb));
-    if (int mask = _mm_movemask_epi8(m)) return FirstMarked(i, mask);
+    if (int mask = find8()) return FirstMarked(i, mask);
   }
 #endif
   for (; i < n; ++i) {

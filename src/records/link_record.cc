@@ -91,16 +91,6 @@ class SeparatorFinder {
   size_t found_ = TextView::npos;
 };
 
-// The first FS or GS at or after `from`, or npos. Label values are short: the first units are
-// looked at one by one before the vectorised scan is worth starting.
-size_t NextSeparator(TextView message, size_t from) {
-  const size_t near = std::min(message.size(), from + 24);
-  for (size_t i = from; i < near; ++i) {
-    if (message[i] == kLabelSeparator || message[i] == kHeaderSeparator) return i;
-  }
-  return FindEitherUnit(message, kLabelSeparator, kHeaderSeparator, near);
-}
-
 }  // namespace
 
 // A label's value runs to the next FS anywhere later in the message, else to the GS. The
@@ -137,7 +127,7 @@ bool QelRecord::UnSerializeQuick(TextView message) {
     }
     const int32_t code = qelLabelCodeBase + message[pos + 1];
     pos += 2;
-    size_t end = NextSeparator(message, pos);
+    size_t end = FindEitherUnit(message, kLabelSeparator, kHeaderSeparator, pos);
     if (end == TextView::npos) end = message.size();
     ended_by_gs = end < message.size() && message[end] == kHeaderSeparator;
     const TextView value = message.substr(pos, end - pos);
