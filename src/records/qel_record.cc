@@ -7,10 +7,6 @@
 namespace qel {
 namespace {
 
-int32_t InRange(int32_t v, int32_t lo, int32_t hi, int32_t fallback) {
-  return v >= lo && v <= hi ? v : fallback;
-}
-
 // Two characters: left-aligned, blank-padded, cut.
 qel::Text TwoChars(const Variant& v) { return LeftJustify(CStr(v), u" ", 2); }
 
@@ -27,25 +23,11 @@ QelRecord::~QelRecord() = default;
 
 // ---- Header ----------------------------------------------------------------------------------
 
-void QelRecord::SetSequence(int32_t v) { sequence_ = InRange(v, 33, 95, 33); }
-void QelRecord::SetOpCode(int32_t v) { opcode_ = InRange(v, 32, 126, 32); }
-void QelRecord::SetSessionID(int32_t v) { session_id_ = InRange(v, 32, 126, 32); }
-void QelRecord::SetTranCode(int32_t v) { tran_code_ = InRange(v, 32, 126, 32); }
 
 int32_t QelRecord::Protection() const {
   if (protection_ == 58) return qelProtectionInputOnly;
   if (protection_ == 59) return qelProtectionDisplayOnly;
   return protection_;
-}
-
-void QelRecord::SetProtection(int32_t v) {
-  if (v == qelProtectionInputOnly) {
-    protection_ = 58;
-  } else if (v == qelProtectionDisplayOnly) {
-    protection_ = 59;
-  } else {
-    protection_ = InRange(v, 48, 59, 32);
-  }
 }
 
 void QelRecord::SetServerCode(const Variant& v) { server_code_ = TwoChars(v); }

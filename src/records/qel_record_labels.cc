@@ -72,9 +72,8 @@ void QelRecordLabels::Clear() {
   next_spare_ = 0;
 }
 
-void QelRecordLabels::KeepFirst(size_t count) {
+void QelRecordLabels::DropFrom(size_t count) {
   if (count == 0) return Clear();
-  if (count >= labels_.size()) return;
   spare_.clear();
   const auto first = labels_.begin() + static_cast<ptrdiff_t>(count);
   spare_.assign(std::make_move_iterator(first), std::make_move_iterator(labels_.end()));

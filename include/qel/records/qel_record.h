@@ -89,20 +89,24 @@ class QelRecord final : public Object {
 
   // ---- Header ------------------------------------------------------------------------------
   int32_t Sequence() const { return sequence_; }
-  void SetSequence(int32_t v);  // 33..95, else 33
+  void SetSequence(int32_t v) { sequence_ = InRange(v, 33, 95, 33); }
   int32_t OpCode() const { return opcode_; }
-  void SetOpCode(int32_t v);  // 32..126, else 32
+  void SetOpCode(int32_t v) { opcode_ = InRange(v, 32, 126, 32); }
   int32_t SessionID() const { return session_id_; }
-  void SetSessionID(int32_t v);  // 32..126, else 32
+  void SetSessionID(int32_t v) { session_id_ = InRange(v, 32, 126, 32); }
   int32_t TranCode() const { return tran_code_; }
-  void SetTranCode(int32_t v);  // 32..126, else 32
+  void SetTranCode(int32_t v) { tran_code_ = InRange(v, 32, 126, 32); }
   // TranCode - 33; setting it sets TranCode to the value + 33 (so a fresh record reads -1).
   int32_t ReplyCode() const { return tran_code_ - 33; }
   void SetReplyCode(int32_t v) { SetTranCode(v + 33); }
   // 48..59 as they are; qelProtectionInputOnly as ":" (58) and qelProtectionDisplayOnly as
   // ";" (59), which read back as those two members; anything else 32.
   int32_t Protection() const;
-  void SetProtection(int32_t v);
+  void SetProtection(int32_t v) {
+    protection_ = v == qelProtectionInputOnly     ? 58
+                  : v == qelProtectionDisplayOnly ? 59
+                                                  : InRange(v, 48, 59, 32);
+  }
   // Two characters: the value's text left-aligned, blank-padded and cut.
   const qel::Text& ServerCode() const { return server_code_; }
   void SetServerCode(const Variant& v);
@@ -170,6 +174,10 @@ class QelRecord final : public Object {
   Variant Eval(TextView expression, const std::shared_ptr<QelProps>& formulas = nullptr);
 
  private:
+  // The header codes' rule: a value outside lo..hi becomes `fallback`.
+  static int32_t InRange(int32_t v, int32_t lo, int32_t hi, int32_t fallback) {
+    return v >= lo && v <= hi ? v : fallback;
+  }
   void ResetHeader();
   void UnSerializeBody(TextView message);
   // UnSerializeBody's two readers: the quick one answers false, having loaded part of the

@@ -97,7 +97,9 @@ class QelRecordLabels final : public Object {
     return true;
   }
   // Removes the labels after the first `count`.
-  void KeepFirst(size_t count);
+  void KeepFirst(size_t count) {
+    if (count < labels_.size()) DropFrom(count);
+  }
   // The label under a code (key > 65536) or at a 1-based position; null when absent.
   QelRecordLabelPtr Item(const Variant& key) const;
   // True when a label was removed.
@@ -123,6 +125,8 @@ class QelRecordLabels final : public Object {
   // left for the caller to set).
   QelRecordLabel& Insert(int32_t code);
   static bool Reusable(const QelRecordLabelPtr& spare, int32_t code);
+  // KeepFirst's work when there are labels to remove.
+  void DropFrom(size_t count);
 
   std::vector<QelRecordLabelPtr> labels_;
   // The labels Clear removed, kept for Add to use again those nobody else holds: a record that
