@@ -71,7 +71,7 @@ TEST(QelPropValue, ObjectsAreTakenByClass) {
             "-2147024809|QelProp.ValueSet|Asignación de objeto nulo a la propiedad 'new'");
   EXPECT_EQ(Dump(bag), "p(3)=1");  // no change, and no property left behind
 
-  auto source = std::make_shared<QelProp>(u"src");
+  auto source = QelProp::Create(u"src");
   source->SetValue(u"first");
   bag.SetValue(u"copy", source);
   source->SetValue(u"second");
@@ -100,7 +100,7 @@ TEST(QelPropStrName, QuotesWhatIsNotANameToken) {
       {"a\"b", "\"a\"\"b\""}, {"a-b", "\"a-b\""}, {"x×y", "\"x×y\""},
   };
   for (const auto& [name, str] : cases) {
-    EXPECT_EQ(ToUtf8(QelProp(T(name)).StrName()), str) << name;
+    EXPECT_EQ(ToUtf8(QelProp::Create(T(name))->StrName()), str) << name;
   }
 }
 
