@@ -43,22 +43,37 @@ uint32_t KeyHash(TextView key) {
   // Two code units that UpperChar makes equal differ at most in bit 5 (a-z and A-Z, the Latin-1
   // pairs 0xE0-0xFE and 0xC0-0xDE), so hashing the units with that bit cleared gives names that
   // are equal ignoring case the same hash; the few unequal names it also merges are told apart
-  // by the comparison after the lookup. Four units are hashed at a time.
+  // by the comparison after the lookup. Eight units are hashed at a time, as two words of which
+  // only one goes through the chain of multiplications (names are mostly longer than eight
+  // units, and that chain is what the hash waits on), then four, then the rest.
   constexpr uint64_t kFold = 0xFFDFFFDFFFDFFFDFULL;
   constexpr uint64_t kMul = 0x9E3779B97F4A7C15ULL;
+  constexpr uint64_t kMul2 = 0xC2B2AE3D27D4EB4FULL;
   uint64_t h = ProcessSeed() ^ (key.size() * kMul);
   size_t i = 0;
-  for (; i + 4 <= key.size(); i += 4) {
+  for (; i + 8 <= key.size(); i += 8) {
+    uint64_t w[2];
+    std::memcpy(w, key.data() + i, sizeof w);
+    h = ((h ^ (w[0] & kFold)) * kMul) ^ ((w[1] & kFold) * kMul2);
+    h ^= h >> 29;
+  }
+  if (i + 4 <= key.size()) {
     uint64_t w;
     std::memcpy(&w, key.data() + i, sizeof w);
     h = (h ^ (w & kFold)) * kMul;
     h ^= h >> 29;
+    i += 4;
   }
   if (i < key.size()) {
-    // The last one to three units, gathered by shifts: a memcpy of a variable length here
-    // costs a library call and a stalled load.
+    // The last one to three units: in a longer key, as the last four units (overlapping some
+    // already hashed) in one load; in a key of one to three, gathered by shifts (a memcpy of a
+    // variable length here costs a library call and a stalled load).
     uint64_t w = 0;
-    for (size_t k = 0; i + k < key.size(); ++k) w |= uint64_t{key[i + k]} << (16 * k);
+    if (key.size() >= 4) {
+      std::memcpy(&w, key.data() + key.size() - 4, sizeof w);
+    } else {
+      for (size_t k = 0; k < key.size(); ++k) w |= uint64_t{key[k]} << (16 * k);
+    }
     h = (h ^ (w & kFold)) * kMul;
   }
   return static_cast<uint32_t>(Mix(h));
