@@ -122,7 +122,7 @@ TEST(PropPool, ThreadsFreeingEachOthersPropertiesKeepEveryValue) {
 #endif
 #endif
 
-// Properties live in pool memory, outside malloc's heap; what they point to (names, texts,
+// Properties live in pool memory, outside malloc's heap; what their values point to (texts,
 // nested bags) is still reachable for the leak checker.
 TEST(PropPool, WhatLivePropertiesHoldIsNotLeaked) {
 #ifdef QEL_TEST_LEAKS

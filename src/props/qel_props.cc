@@ -8,7 +8,6 @@
 #include <bit>
 #include <utility>
 
-#include "props/prop_pool.h"
 #include "props/props_format.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
