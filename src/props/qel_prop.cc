@@ -152,8 +152,9 @@ std::shared_ptr<QelProp> QelProp::Make(TextView trimmed_name, uint32_t key_hash,
   char* const block = PropBlock::Allocate(PropBlock::Bytes(size));
   auto* prop = new (block + PropBlock::kControlBytes)
       QelProp(key_hash, size | (is_token ? kNameIsToken : 0));
-  if (size > 0)
+  if (size > 0) {
     std::memcpy(static_cast<void*>(prop + 1), trimmed_name.data(), size * sizeof(char16_t));
+  }
   // The control block takes the room set aside for it, or, on a library whose control block is
   // larger, memory of its own; if that fails the shared_ptr has called the deleter.
   try {
