@@ -16,8 +16,8 @@ void BindProps(py::module_& m) {
   py::class_<QelProp, Object, std::shared_ptr<QelProp>> prop(m, "QelProp");
   py::class_<QelProps, Object, std::shared_ptr<QelProps>> props(m, "QelProps");
 
-  prop.def(py::init<>())
-      .def_property_readonly("Name", [](const QelProp& p) { return p.Name(); })
+  prop.def(py::init([] { return QelProp::Create(); }))
+      .def_property_readonly("Name", [](const QelProp& p) { return Text(p.Name()); })
       .def_property_readonly("StrName", &QelProp::StrName)
       .def_property(
           "Value", [](const QelProp& p) { return p.Value(); }, &QelProp::SetValue)

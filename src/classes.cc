@@ -35,7 +35,7 @@ constexpr ClassEntry kClasses[] = {
     {u"QelGlobal", &MakeGlobal},
     {u"QelRecordData", &Make<QelRecordData>},
     {u"QelRecordFields", &Make<QelRecordFields>},
-    {u"QelProp", &Make<QelProp>},
+    {u"QelProp", [] { return ObjectPtr(QelProp::Create()); }},
     {u"QelProps", &Make<QelProps>},
     {u"QelRecord", &Make<QelRecord>},
     {u"QelMessage", &Make<QelMessage>},

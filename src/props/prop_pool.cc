@@ -30,7 +30,14 @@ struct FreeBlock {
   FreeBlock* next_batch;
   size_t batch_count;
 };
-static_assert(sizeof(FreeBlock) <= kPoolBlockSize);
+static_assert(sizeof(FreeBlock) <= kPoolGrain * 2);
+
+// Block sizes, each a multiple of kPoolGrain: size class c holds blocks of (c + 1) * kPoolGrain
+// bytes. The smallest class holds no blocks, being too small for a FreeBlock.
+constexpr size_t kClasses = kPoolMaxBlock / kPoolGrain;
+
+size_t ClassOf(size_t bytes) { return (bytes - 1) / kPoolGrain; }
+size_t BlockBytes(size_t size_class) { return (size_class + 1) * kPoolGrain; }
 
 // Blocks move between threads in batches of at most this many (and are carved this many at a
 // time), so that no list is ever walked.
@@ -38,19 +45,21 @@ constexpr size_t kBatchBlocks = 512;
 // Full batches a thread keeps before handing further ones over.
 constexpr size_t kThreadBatches = 4;
 
-void Poison(FreeBlock* b) {
+void Poison(FreeBlock* b, size_t bytes) {
 #ifdef QEL_POOL_POISON
-  ASAN_POISON_MEMORY_REGION(b + 1, kPoolBlockSize - sizeof(FreeBlock));
+  ASAN_POISON_MEMORY_REGION(b + 1, bytes - sizeof(FreeBlock));
 #else
   (void)b;
+  (void)bytes;
 #endif
 }
 
-void Unpoison(FreeBlock* b) {
+void Unpoison(FreeBlock* b, size_t bytes) {
 #ifdef QEL_POOL_POISON
-  ASAN_UNPOISON_MEMORY_REGION(b, kPoolBlockSize);
+  ASAN_UNPOISON_MEMORY_REGION(b, bytes);
 #else
   (void)b;
+  (void)bytes;
 #endif
 }
 
@@ -60,15 +69,15 @@ struct BlockList {
   FreeBlock* head = nullptr;
   size_t count = 0;
 
-  void Push(FreeBlock* b) {
+  void Push(FreeBlock* b, size_t bytes) {
     b->next = head;
-    Poison(b);
+    Poison(b, bytes);
     head = b;
     ++count;
   }
-  FreeBlock* Pop() {
+  FreeBlock* Pop(size_t bytes) {
     FreeBlock* b = head;
-    Unpoison(b);
+    Unpoison(b, bytes);
     head = b->next;
     --count;
     return b;
@@ -90,19 +99,19 @@ struct BlockList {
 // Chunks are mapped from the system, not taken from malloc: kept for good, they would pin
 // malloc's heap, which then maps and unmaps every large buffer of a program afresh (writing a
 // large bag after reading one took twice as long, in page faults).
-constexpr size_t kChunkBytes = kBatchBlocks * kPoolBlockSize;  // 18 pages
-
-char* MapChunk() {
+// A chunk holds kBatchBlocks blocks of one size (from 8 to 64 pages).
+char* MapChunk(size_t chunk_bytes) {
   void* mem =
-      mmap(nullptr, kChunkBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      mmap(nullptr, chunk_bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mem == MAP_FAILED) throw std::bad_alloc();
 #ifdef QEL_POOL_POISON
-  __lsan_register_root_region(mem, kChunkBytes);  // properties point to their names and values
+  __lsan_register_root_region(mem, chunk_bytes);  // properties point to their values
 #endif
   return static_cast<char*>(mem);
 }
 
-// Never destroyed: threads may free blocks while the process ends.
+// The shared list of one block size. Never destroyed: threads may free blocks while the process
+// ends.
 struct Shared {
   std::mutex mutex;
   FreeBlock* batches = nullptr;  // linked through next_batch
@@ -110,55 +119,62 @@ struct Shared {
   size_t chunks = 0;
 };
 
-Shared& TheShared() {
-  static Shared* const shared = new Shared;
-  return *shared;
+Shared& TheShared(size_t size_class) {
+  static Shared* const shared = new Shared[kClasses];
+  return shared[size_class];
 }
 
-// Hands a batch over to the shared list.
-void GiveBatch(FreeBlock* batch) noexcept {
-  Shared& s = TheShared();
+// Hands a batch over to the shared list of its size.
+void GiveBatch(size_t size_class, FreeBlock* batch) noexcept {
+  Shared& s = TheShared(size_class);
   const std::lock_guard lock(s.mutex);
   batch->next_batch = s.batches;
   s.batches = batch;
   s.free += batch->batch_count;
 }
 
+// A thread's lists of one block size.
 struct ThreadList {
   BlockList blocks;           // the batch in use
   FreeBlock* full = nullptr;  // full batches, linked through next_batch
   size_t full_batches = 0;
+};
+
+struct ThreadLists {
+  ThreadList by_class[kClasses];
   bool registered = false;  // the thread's exit hook exists
   bool closed = false;      // the exit hook has run
 };
 
-constinit thread_local ThreadList tl_list;
+constinit thread_local ThreadLists tl_lists;
 
-// Hands the thread's blocks to the shared list when the thread ends.
+// Hands the thread's blocks to the shared lists when the thread ends.
 struct ExitHook {
   ~ExitHook() {
-    ThreadList& t = tl_list;
-    if (t.blocks.count > 0) GiveBatch(t.blocks.TakeBatch());
-    while (FreeBlock* b = t.full) {
-      t.full = b->next_batch;
-      GiveBatch(b);
+    for (size_t c = 0; c < kClasses; ++c) {
+      ThreadList& t = tl_lists.by_class[c];
+      if (t.blocks.count > 0) GiveBatch(c, t.blocks.TakeBatch());
+      while (FreeBlock* b = t.full) {
+        t.full = b->next_batch;
+        GiveBatch(c, b);
+      }
+      t.full_batches = 0;
     }
-    t.full_batches = 0;
-    t.closed = true;
+    tl_lists.closed = true;
   }
 };
 
-void Register(ThreadList& t) {
+void Register() {
   static thread_local ExitHook hook;
   (void)hook;
-  t.registered = true;
+  tl_lists.registered = true;
 }
 
 // Sets the full batch in use aside, or hands it over when the thread has enough.
-void StoreBatch(ThreadList& t) {
+void StoreBatch(size_t size_class, ThreadList& t) {
   FreeBlock* batch = t.blocks.TakeBatch();
   if (t.full_batches == kThreadBatches) {
-    GiveBatch(batch);
+    GiveBatch(size_class, batch);
   } else {
     batch->next_batch = t.full;
     t.full = batch;
@@ -167,16 +183,16 @@ void StoreBatch(ThreadList& t) {
 }
 
 // Fills an empty list from a batch set aside, a shared batch or a new chunk.
-void Refill(ThreadList& t) {
+void Refill(size_t size_class, ThreadList& t) {
   if (FreeBlock* b = t.full) {
     t.full = b->next_batch;
     --t.full_batches;
     t.blocks.SetBatch(b);
     return;
   }
-  if (!t.registered) Register(t);
+  if (!tl_lists.registered) Register();
   {
-    Shared& s = TheShared();
+    Shared& s = TheShared(size_class);
     const std::lock_guard lock(s.mutex);
     if (FreeBlock* b = s.batches) {
       s.batches = b->next_batch;
@@ -186,46 +202,54 @@ void Refill(ThreadList& t) {
     }
     ++s.chunks;
   }
-  char* chunk = MapChunk();
+  const size_t bytes = BlockBytes(size_class);
+  char* chunk = MapChunk(kBatchBlocks * bytes);
   for (size_t i = kBatchBlocks; i-- > 0;) {  // handed out in the order of their addresses
-    auto* b = reinterpret_cast<FreeBlock*>(chunk + i * kPoolBlockSize);
-    t.blocks.Push(b);
+    auto* b = reinterpret_cast<FreeBlock*>(chunk + i * bytes);
+    t.blocks.Push(b, bytes);
   }
 }
 
 }  // namespace
 
-void* PoolAllocate() {
-  ThreadList& t = tl_list;
+void* PoolAllocate(size_t bytes) {
+  const size_t c = ClassOf(bytes < sizeof(FreeBlock) ? sizeof(FreeBlock) : bytes);
+  ThreadList& t = tl_lists.by_class[c];
   if (t.blocks.head == nullptr) [[unlikely]] {
-    if (t.closed) return ::operator new(kPoolBlockSize);  // joins the pool when freed
-    Refill(t);
+    if (tl_lists.closed) return ::operator new(BlockBytes(c));  // joins the pool when freed
+    Refill(c, t);
   }
-  FreeBlock* b = t.blocks.Pop();
-  return b;
+  return t.blocks.Pop(BlockBytes(c));
 }
 
-void PoolFree(void* block) noexcept {
-  ThreadList& t = tl_list;
+void PoolFree(void* block, size_t bytes) noexcept {
+  const size_t c = ClassOf(bytes < sizeof(FreeBlock) ? sizeof(FreeBlock) : bytes);
+  ThreadList& t = tl_lists.by_class[c];
   auto* b = static_cast<FreeBlock*>(block);
-  if (t.blocks.count == kBatchBlocks || !t.registered || t.closed) [[unlikely]] {
-    if (t.closed) {
+  if (t.blocks.count == kBatchBlocks || !tl_lists.registered || tl_lists.closed) [[unlikely]] {
+    if (tl_lists.closed) {
       BlockList one;
-      one.Push(b);
-      GiveBatch(one.TakeBatch());
+      one.Push(b, BlockBytes(c));
+      GiveBatch(c, one.TakeBatch());
       return;
     }
-    if (!t.registered) Register(t);
-    if (t.blocks.count == kBatchBlocks) StoreBatch(t);
+    if (!tl_lists.registered) Register();
+    if (t.blocks.count == kBatchBlocks) StoreBatch(c, t);
   }
-  t.blocks.Push(b);
+  t.blocks.Push(b, BlockBytes(c));
 }
 
 PoolCounts CountPool() {
-  Shared& s = TheShared();
-  const std::lock_guard lock(s.mutex);
-  const ThreadList& t = tl_list;
-  return {t.blocks.count + t.full_batches * kBatchBlocks, s.free, s.chunks};
+  PoolCounts counts;
+  for (size_t c = 0; c < kClasses; ++c) {
+    Shared& s = TheShared(c);
+    const std::lock_guard lock(s.mutex);
+    const ThreadList& t = tl_lists.by_class[c];
+    counts.thread_free += t.blocks.count + t.full_batches * kBatchBlocks;
+    counts.shared_free += s.free;
+    counts.chunks += s.chunks;
+  }
+  return counts;
 }
 
 }  // namespace qel::props

@@ -1,6 +1,8 @@
-// Memory for the shared QelProp objects that bags make: fixed-size blocks kept on free lists, so
-// that reading a large bag text and freeing the bag do not go through malloc once per property.
+// Memory for the shared objects that bags make (each property with its name, nested bags): blocks
+// of a few sizes kept on free lists, so that reading a large bag text and freeing the bag do not
+// go through malloc once per property.
 //
+// Block sizes are multiples of kPoolGrain up to kPoolMaxBlock, each size with lists of its own.
 // Each thread takes blocks from a list of its own without locking, and a block freed on any
 // thread goes to that thread's list. Blocks move in batches: a thread keeps a few full batches
 // and hands further ones to a list shared by every thread (under a mutex), from which a thread
@@ -17,16 +19,19 @@
 
 namespace qel::props {
 
-// Size of a block: a QelProp together with the control block of its shared_ptr.
-inline constexpr size_t kPoolBlockSize = 144;
+// Block sizes: a request is rounded up to a multiple of kPoolGrain; the largest block the pool
+// hands out is kPoolMaxBlock bytes.
+inline constexpr size_t kPoolGrain = 16;
+inline constexpr size_t kPoolMaxBlock = 512;
 
-// A block of kPoolBlockSize bytes, aligned for any type.
-void* PoolAllocate();
-// Returns a block from PoolAllocate, on any thread.
-void PoolFree(void* block) noexcept;
+// A block of at least `bytes` bytes, aligned for any type.
+// REQUIRES: 0 < bytes <= kPoolMaxBlock.
+void* PoolAllocate(size_t bytes);
+// Returns a block from PoolAllocate(bytes), with the same `bytes`, on any thread.
+void PoolFree(void* block, size_t bytes) noexcept;
 
-// What the pool holds, for tests: free blocks on the calling thread's list and on the shared
-// list, and chunks carved so far.
+// What the pool holds, for tests, summed over the block sizes: free blocks on the calling
+// thread's lists and on the shared lists, and chunks carved so far.
 struct PoolCounts {
   size_t thread_free = 0;
   size_t shared_free = 0;
@@ -46,12 +51,12 @@ class PoolAllocator {
   PoolAllocator(const PoolAllocator<U>&) noexcept {}
 
   T* allocate(size_t n) {
-    if (Pooled(n)) return static_cast<T*>(PoolAllocate());
+    if (Pooled(n)) return static_cast<T*>(PoolAllocate(sizeof(T)));
     return std::allocator<T>().allocate(n);
   }
   void deallocate(T* p, size_t n) noexcept {
     if (Pooled(n)) {
-      PoolFree(p);
+      PoolFree(p, sizeof(T));
     } else {
       std::allocator<T>().deallocate(p, n);
     }
@@ -61,7 +66,7 @@ class PoolAllocator {
 
  private:
   static bool Pooled(size_t n) {
-    return n == 1 && sizeof(T) <= kPoolBlockSize && alignof(T) <= alignof(std::max_align_t);
+    return n == 1 && sizeof(T) <= kPoolMaxBlock && alignof(T) <= alignof(std::max_align_t);
   }
 };
 

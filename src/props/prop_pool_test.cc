@@ -122,7 +122,7 @@ TEST(PropPool, ThreadsFreeingEachOthersPropertiesKeepEveryValue) {
 #endif
 #endif
 
-// Properties live in pool memory, outside malloc's heap; what they point to (names, texts,
+// Properties live in pool memory, outside malloc's heap; what their values point to (texts,
 // nested bags) is still reachable for the leak checker.
 TEST(PropPool, WhatLivePropertiesHoldIsNotLeaked) {
 #ifdef QEL_TEST_LEAKS
@@ -137,12 +137,31 @@ TEST(PropPool, WhatLivePropertiesHoldIsNotLeaked) {
 #endif
 }
 
-// An object larger than a block still gets its memory, from operator new.
-TEST(PropPool, LargerObjectsBypassThePool) {
+// A property and its name share one block, of a size that follows the name's length; past the
+// largest block it comes from operator new. An object larger than a block gets its memory from
+// operator new too.
+TEST(PropPool, BlocksFollowTheNameLengthAndLargerOnesBypassThePool) {
   struct Big {
-    char bytes[props::kPoolBlockSize * 2] = {};
+    char bytes[props::kPoolMaxBlock * 2] = {};
   };
   OnNewThread([] {
+    std::vector<std::weak_ptr<Object>> selves;
+    {
+      QelProps bag;
+      for (int n = 1; n <= 300; ++n) bag.SetValue(Text(static_cast<size_t>(n), u'x'), n);
+      for (int n = 1; n <= 300; ++n) {
+        const Text name(static_cast<size_t>(n), u'X');
+        const auto p = bag.Item(name);
+        ASSERT_NE(p, nullptr) << n;
+        ASSERT_EQ(p->Name().size(), static_cast<size_t>(n));
+        ASSERT_EQ(p->Value(), Variant(n));
+        selves.push_back(p->Self());  // weak references outlive the property
+      }
+      const auto alone = QelProp::Create(u" " + Text(400, u'y') + u"  ");
+      EXPECT_EQ(alone->Name(), Text(400, u'y'));
+      EXPECT_EQ(alone->Self(), alone);
+    }
+    for (const auto& self : selves) EXPECT_TRUE(self.expired());
     auto first = std::allocate_shared<QelProps>(props::PoolAllocator<QelProps>());
     const PoolCounts start = CountPool();
     auto big = std::allocate_shared<Big>(props::PoolAllocator<Big>());

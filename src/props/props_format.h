@@ -83,7 +83,7 @@ void ReadBagText(TextView text, QelProps* bag);
 
 // Hash of a key ignoring case (as EqualsNoCase compares), seeded once per process so that
 // text from outside cannot choose colliding names in advance.
-uint64_t KeyHash(TextView key);
+uint32_t KeyHash(TextView key);
 
 }  // namespace qel::props
 

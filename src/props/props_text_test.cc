@@ -162,7 +162,7 @@ TEST(PropsTextRead, NamesEndWhereTheGrammarSays) {
     }
     size_t prefix = GrammarNameStart(name[0]) ? 1 : 0;
     while (prefix > 0 && prefix < name.size() && GrammarNameChar(name[prefix])) ++prefix;
-    ASSERT_EQ(QelProp(name).name_is_token(), prefix == name.size()) << ToUtf8(name);
+    ASSERT_EQ(QelProp::Create(name)->name_is_token(), prefix == name.size()) << ToUtf8(name);
     if (prefix == 0) continue;
     QelProps bag;
     try {

@@ -8,7 +8,6 @@
 #include <bit>
 #include <utility>
 
-#include "props/prop_pool.h"
 #include "props/props_format.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -17,18 +16,18 @@ namespace qel {
 
 using props::KeyHash;
 
-size_t QelProps::FindName(TextView name, uint64_t hash) const noexcept {
+size_t QelProps::FindName(TextView name, uint32_t hash) const noexcept {
   if (slots_.empty()) {
     for (size_t i = 0; i < items_.size(); ++i) {
       const QelProp& p = *items_[i];
-      if (p.key_hash_ == hash && EqualsNoCase(p.name_, name)) return i;
+      if (p.key_hash_ == hash && EqualsNoCase(p.Name(), name)) return i;
     }
     return kNotFound;
   }
   const size_t mask = slots_.size() - 1;
   for (size_t s = hash & mask; slots_[s] != 0; s = (s + 1) & mask) {
     const QelProp& p = *items_[slots_[s] - 1];
-    if (p.key_hash_ == hash && EqualsNoCase(p.name_, name)) return slots_[s] - 1;
+    if (p.key_hash_ == hash && EqualsNoCase(p.Name(), name)) return slots_[s] - 1;
   }
   return kNotFound;
 }
@@ -82,16 +81,14 @@ void QelProps::IndexInsert(size_t item) {
   slots_[s] = static_cast<uint32_t>(item + 1);
 }
 
-QelProp& QelProps::Append(TextView trimmed_name, uint64_t hash, bool is_token) {
-  const QelProp::Prepared prepared(hash, is_token || props::IsNameToken(trimmed_name));
-  items_.push_back(
-      std::allocate_shared<QelProp>(props::PoolAllocator<QelProp>(), prepared, trimmed_name));
+QelProp& QelProps::Append(TextView trimmed_name, uint32_t hash, bool is_token) {
+  items_.push_back(QelProp::Make(trimmed_name, hash, is_token || props::IsNameToken(trimmed_name)));
   IndexInsert(items_.size() - 1);
   return *items_.back();
 }
 
 QelProp& QelProps::FindOrCreateName(TextView trimmed_name, bool is_token) {
-  const uint64_t hash = KeyHash(trimmed_name);
+  const uint32_t hash = KeyHash(trimmed_name);
   const size_t i = FindName(trimmed_name, hash);
   return i != kNotFound ? *items_[i] : Append(trimmed_name, hash, is_token);
 }
@@ -156,9 +153,9 @@ void QelProps::MergeAt(const QelProps& source, int depth) {
   // The source may share nested bags with this one, so walk a snapshot of its items.
   const std::vector<PropPtr> items = source.items_;
   for (const PropPtr& p : items) {
-    const size_t i = FindName(p->name_, p->key_hash_);
+    const size_t i = FindName(p->Name(), p->key_hash_);
     if (i == kNotFound) {
-      Append(p->name_, p->key_hash_, p->name_is_token_).value_ = p->value_;
+      Append(p->Name(), p->key_hash_, p->name_is_token()).value_ = p->value_;
       continue;
     }
     QelProp& e = *items_[i];

@@ -3,7 +3,9 @@
 // A property has a name, fixed when it is made (surrounding blanks trimmed), and one value of
 // any automation type: Empty, Null, a scalar, a byte or variant array, or a nested QelProps held
 // by shared reference. Bags create their properties and hold them by shared reference; a
-// property may also be created on its own (CreateObject(u"QelProp")), with an empty name.
+// property may also be created on its own (QelProp::Create, or CreateObject(u"QelProp") with an
+// empty name). Either way a property is one block of memory holding the control block of its
+// shared_ptr, the property and its name, so it can only be made through those.
 // Like every library object it belongs to the thread that made it and takes no locks.
 #ifndef QEL_PROPS_QEL_PROP_H_
 #define QEL_PROPS_QEL_PROP_H_
@@ -22,30 +24,21 @@ class QelProps;
 
 class QelProp final : public Object {
  public:
-  // What a bag has already worked out about a new property's name; only bags make one.
-  class Prepared {
-    friend class QelProp;
-    friend class QelProps;
-    Prepared(uint64_t hash, bool is_token) : hash_(hash), is_token_(is_token) {}
-    uint64_t hash_;
-    bool is_token_;
-  };
-
-  // A property named `name` with surrounding blanks removed, holding Empty.
-  explicit QelProp(TextView name = {});
-  // The same for a name a bag has trimmed and prepared.
-  QelProp(Prepared prepared, TextView trimmed_name);
+  // A new property named `name` with surrounding blanks removed, holding Empty.
+  static std::shared_ptr<QelProp> Create(TextView name = {});
 
   TextView ClassName() const override { return u"QelProp"; }
 
-  // The name as given at creation, trimmed.
-  const Text& Name() const { return name_; }
+  // The name as given at creation, trimmed. The view lasts as long as the property.
+  TextView Name() const {
+    return {reinterpret_cast<const char16_t*>(this + 1), name_bits_ & kNameSizeMask};
+  }
   // The name as the bag text writes it: the name itself when it reads back as a name token
   // (a letter or "_" followed by letters, digits and "_"), otherwise the name in double quotes
   // with inner double quotes doubled.
   Text StrName() const;
   // True when StrName is the bare name. Decided once, when the property is made.
-  bool name_is_token() const { return name_is_token_; }
+  bool name_is_token() const { return (name_bits_ & kNameIsToken) != 0; }
 
   // The value; an object value is shared with the caller, anything else is a copy once the
   // caller copies it. The reference stays valid until the next SetValue.
@@ -80,11 +73,20 @@ class QelProp final : public Object {
  private:
   friend class QelProps;
   friend class QelPropsInternal;
+  friend struct PropBlock;
 
-  Text name_;
-  bool name_is_token_;
-  uint64_t key_hash_;  // hash of the name ignoring case, for the bag's index
+  static constexpr uint32_t kNameIsToken = uint32_t{1} << 31;
+  static constexpr uint32_t kNameSizeMask = kNameIsToken - 1;
+
+  QelProp(uint32_t key_hash, uint32_t name_bits) : key_hash_(key_hash), name_bits_(name_bits) {}
+
+  // A property named `trimmed_name`, whose key hash and name-token test the caller has done.
+  static std::shared_ptr<QelProp> Make(TextView trimmed_name, uint32_t key_hash, bool is_token);
+
   Variant value_;
+  uint32_t key_hash_;   // hash of the name ignoring case, for the bag's index
+  uint32_t name_bits_;  // the name's length in code units, and kNameIsToken
+  // The name's code units follow the object in its block.
 };
 
 }  // namespace qel

@@ -145,14 +145,14 @@ class QelProps final : public Object {
   static constexpr size_t kLinearLimit = 8;
 
   // Index of the item under a name (already trimmed), or kNotFound.
-  size_t FindName(TextView name, uint64_t hash) const noexcept;
+  size_t FindName(TextView name, uint32_t hash) const noexcept;
   size_t Find(const Variant& key) const noexcept;
   // The property under `key`, created at the end when absent.
   QelProp& FindOrCreate(const Variant& key);
   // `is_token`: the caller knows the name is a name token (else it is worked out).
   QelProp& FindOrCreateName(TextView trimmed_name, bool is_token = false);
   // Adds a property at the end. REQUIRES: no property has that name; hash = its KeyHash.
-  QelProp& Append(TextView trimmed_name, uint64_t hash, bool is_token = false);
+  QelProp& Append(TextView trimmed_name, uint32_t hash, bool is_token = false);
   // Replaces the properties by a copy of source's, through the compact text.
   void CopyFrom(const QelProps& source);
   // Replaces the properties by those of `from`, which is left empty.
