@@ -356,6 +356,7 @@ size_t FindUnit(TextView text, char16_t c, size_t from) {
 size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from) {
   const char16_t* p = text.data();
   const size_t n = text.size();
+  if (from >= n) return TextView::npos;  // also keeps the sums below from wrapping
   size_t i = from;
 #if defined(__x86_64__)
   const __m128i na = _mm_set1_epi16(static_cast<short>(a));

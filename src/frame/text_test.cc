@@ -102,6 +102,7 @@ TEST(UnitScans, AgreeWithFindAtEveryOffsetAndLength) {
     }
   }
   EXPECT_EQ(FindUnit(u"abc", 0xFFFF), TextView::npos);
+  EXPECT_EQ(FindEitherUnit(Text(100, u'a'), u'b', u'c', TextView::npos), TextView::npos);
   EXPECT_EQ(FindEitherUnit(Text(40, u'a') + u"\xFFFF", 0xFFFF, 0xFFFE), 40u);
 }
 
