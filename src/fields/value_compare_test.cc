@@ -105,42 +105,32 @@ TEST_F(ValueCompare, ListFieldsCannotBeConverted) {
 
 // ---- QelCompare ---------------------------------------------------------------------------
 
-TEST_F(ValueCompare, ComparesTextsByCharacterCode) {
-  auto f = Field("X:5:T", "abc");
-  EXPECT_EQ(global_.QelCompare(*f, 1, "ABC"), 1);
-  EXPECT_EQ(global_.QelCompare(*f, 1, "abd"), -1);
-  EXPECT_EQ(global_.QelCompare(*f, 1, "abc   "), 0);
-  EXPECT_EQ(global_.QelCompare(*f, 1, " abc"), 1);
-  EXPECT_EQ(global_.QelCompare(*Field("A:5:A", "ab "), 1, "ab"), 0);
-  EXPECT_EQ(global_.QelCompare(*Field("X:5:T", "\u00e9"), 1, "z"), 1);  // é after z
-}
-
-TEST_F(ValueCompare, ComparesNumbersInTheHostStyle) {
-  auto f = Field("N:9.2:N", *ParseDecimal(u"1234,5", ThreadLocale()));
-  EXPECT_EQ(global_.QelCompare(*f, 1, "1.234,50"), 0);
-  EXPECT_EQ(global_.QelCompare(*f, 1, "1.234,51"), -1);
-  EXPECT_EQ(global_.QelCompare(*f, 1, " 999 "), 1);
-  EXPECT_EQ(global_.QelCompare(*f, 1, 1234.5), 0);
-  EXPECT_EQ(global_.QelCompare(*Field("S:5:S", -3), 1, "-2"), -1);
-}
-
-TEST_F(ValueCompare, ComparesDatesAndRutsByValue) {
-  auto d = Field("D:8:D", *MakeDate({2005, 3, 12}));
-  EXPECT_EQ(global_.QelCompare(*d, 1, "12/03/2005"), 0);
-  EXPECT_EQ(global_.QelCompare(*d, 1, "13-03-2005"), -1);
-  EXPECT_EQ(global_.QelCompare(*d, 1, *MakeDate({2004, 12, 31})), 1);
-  auto r = Field("R:10.1:R", "12345678-5");
-  EXPECT_EQ(global_.QelCompare(*r, 1, "9.999.999-3"), 1);  // 9999999 < 12345678 as numbers
-  EXPECT_EQ(global_.QelCompare(*r, 1, "12345678"), 0);     // the check character is ignored
-}
-
-TEST_F(ValueCompare, NullSortsFirst) {
-  auto null_field = Field("N:4:N", Variant::Null());
-  auto five = Field("N:4:N", 5);
-  EXPECT_EQ(global_.QelCompare(*null_field, 1, "5"), -1);
-  EXPECT_EQ(global_.QelCompare(*five, 1, Variant::Null()), 1);
-  EXPECT_EQ(global_.QelCompare(*null_field, 1, Variant::Null()), 0);
-  EXPECT_EQ(global_.QelCompare(*Field("D:8:D", Variant::Null()), 1, "00/00/0000"), 0);
+// Texts by character code, numbers in the host style, dates and RUTs by value, Null first.
+TEST_F(ValueCompare, ComparesByTheFieldsType) {
+  const Variant amount = *ParseDecimal(u"1234,5", ThreadLocale());
+  const Variant day = *MakeDate({2005, 3, 12});
+  const struct {
+    const char* descriptor;
+    Variant value, other;
+    int32_t expected;
+  } cases[] = {
+      {"X:5:T", "abc", "ABC", 1},           {"X:5:T", "abc", "abd", -1},
+      {"X:5:T", "abc", "abc   ", 0},        {"X:5:T", "abc", " abc", 1},
+      {"A:5:A", "ab ", "ab", 0},            {"X:5:T", "\u00e9", "z", 1},  // é after z
+      {"N:9.2:N", amount, "1.234,50", 0},   {"N:9.2:N", amount, "1.234,51", -1},
+      {"N:9.2:N", amount, " 999 ", 1},      {"N:9.2:N", amount, 1234.5, 0},
+      {"S:5:S", -3, "-2", -1},              {"D:8:D", day, "12/03/2005", 0},
+      {"D:8:D", day, "13-03-2005", -1},     {"D:8:D", day, *MakeDate({2004, 12, 31}), 1},
+      {"R:10.1:R", "12345678-5", "9.999.999-3", 1},  // 9999999 < 12345678 as numbers
+      {"R:10.1:R", "12345678-5", "12345678", 0},     // the check character is ignored
+      {"N:4:N", Variant::Null(), "5", -1},  {"N:4:N", 5, Variant::Null(), 1},
+      {"N:4:N", Variant::Null(), Variant::Null(), 0},
+      {"D:8:D", Variant::Null(), "00/00/0000", 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(global_.QelCompare(*Field(c.descriptor, c.value), 1, c.other), c.expected)
+        << c.descriptor << " " << Show(c.value) << " " << Show(c.other);
+  }
 }
 
 TEST_F(ValueCompare, ComparesAgainstAnotherFieldAtItsIndex) {

@@ -100,18 +100,18 @@ TEST_F(FormulaTest, BuiltInsAndOccurrences) {
 }
 
 TEST_F(FormulaTest, SyntaxErrors) {
-  EXPECT_EQ(ErrorOf([&] { Eval("A < B < C"); }),
-            "-2147024809|QelRecord.EvalText|Se encontró '<' cuando se esperaba el fin del texto");
-  EXPECT_EQ(ErrorOf([&] { Eval("(1 = 1"); }),
-            "-2147024809|QelRecord.EvalTerm|Se encontró '[EOS]' cuando se esperaba el símbolo ')'");
-  EXPECT_EQ(ErrorOf([&] { Eval("5-3"); }),
-            "-2147024809|QelRecord.EvalText|Se encontró '-3' cuando se esperaba el fin del texto");
-  EXPECT_EQ(ErrorOf([&] { Eval("ITEM()"); }),
-            "-2147024809|QelRecord.EvalTerm|Se encontró ')' cuando se esperaba un Nombre o un Valor");
-  EXPECT_EQ(ErrorOf([&] { Eval("ITEM(1"); }),
-            "-2147024809|QelRecord.EvalName|Se encontró '[EOS]' cuando se esperaba el símbolo ')'");
-  EXPECT_EQ(ErrorOf([&] { Eval(""); }),
-            "-2147024809|QelRecord.EvalTerm|Se encontró '[EOS]' cuando se esperaba un Nombre o un Valor");
+  const std::pair<const char*, const char*> cases[] = {
+      {"A < B < C", "EvalText|Se encontró '<' cuando se esperaba el fin del texto"},
+      {"(1 = 1", "EvalTerm|Se encontró '[EOS]' cuando se esperaba el símbolo ')'"},
+      {"5-3", "EvalText|Se encontró '-3' cuando se esperaba el fin del texto"},
+      {"ITEM()", "EvalTerm|Se encontró ')' cuando se esperaba un Nombre o un Valor"},
+      {"ITEM(1", "EvalName|Se encontró '[EOS]' cuando se esperaba el símbolo ')'"},
+      {"", "EvalTerm|Se encontró '[EOS]' cuando se esperaba un Nombre o un Valor"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ErrorOf([&] { Eval(c.first); }), std::string("-2147024809|QelRecord.") + c.second)
+        << c.first;
+  }
   EXPECT_EQ(ErrorOf([&] { Eval("NOPE = 1"); }),
             "-2147024809|QelRecordFields.Item|El campo 'NOPE' no existe en el registro 'TEST'");
 }

