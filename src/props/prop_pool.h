@@ -9,8 +9,10 @@
 // that runs out refills before carving a new chunk. A thread that ends hands all its blocks
 // over; what it frees after that (while its other thread-local objects are destroyed) goes
 // straight to the shared list. Chunks are mapped from the system apart from malloc's heap and
-// never returned: the pool keeps as many blocks as were ever in use at once, for later bags. Under
-// AddressSanitizer a free block is poisoned, so a use after free is still caught.
+// never returned: the pool keeps as many blocks as were ever in use at once, for later bags. The
+// first few chunks of a size are mapped one by one; later ones are carved from 2 MB regions
+// advised as huge pages. Under AddressSanitizer a free block is poisoned, so a use after free is
+// still caught.
 #ifndef QEL_SRC_PROPS_PROP_POOL_H_
 #define QEL_SRC_PROPS_PROP_POOL_H_
 
