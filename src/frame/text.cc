@@ -203,8 +203,9 @@ Text LeftJustify(TextView text, TextView fill, int32_t width) {
   return out;
 }
 
-// The scans below read 16 units at a time with AVX2 where the processor has it (asked once),
-// else 8 with the SSE2 every x86-64 has, and finish unit by unit.
+// The scans below read 32 units at a time with AVX-512BW where the processor has it, else 16
+// with AVX2 (each asked once), else 8 with the SSE2 every x86-64 has, and finish unit by unit
+// (AVX-512 under a mask).
 namespace {
 
 #if defined(__x86_64__)
@@ -283,7 +284,7 @@ size_t UnitsToBoundary(const char16_t* out, size_t align) {
 // The copies below store on vector-sized boundaries of `out` after a first unaligned block (the
 // units between are stored twice): a store that straddles two cache lines costs about twice as
 // much, and a buffer from malloc is only 16-byte aligned.
-
+//
 // Copies from *from while at least 16 units remain, leaving *from at the first unit not copied;
 // true when one of the units copied was `c`.
 __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n, size_t* from,
@@ -293,15 +294,11 @@ __attribute__((target("avx2"))) bool CopyTestingAvx2(const char16_t* p, size_t n
   if (i + 16 > n) return false;
   __m256i seen = Copy16(p + i, out + i, needle);
   i += UnitsToBoundary(out + i, 32);
-  for (; i + 64 <= n; i += 64) {
-    const __m256i w = Load16(p + i), x = Load16(p + i + 16);
-    const __m256i y = Load16(p + i + 32), z = Load16(p + i + 48);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), w);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), x);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 32), y);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 48), z);
-    const __m256i wx = _mm256_or_si256(_mm256_cmpeq_epi16(w, needle), _mm256_cmpeq_epi16(x, needle));
-    const __m256i yz = _mm256_or_si256(_mm256_cmpeq_epi16(y, needle), _mm256_cmpeq_epi16(z, needle));
+  for (; i + 64 <= n; i += 64) {  // four blocks a step, their marks joined pairwise
+    const __m256i wx = _mm256_or_si256(Copy16(p + i, out + i, needle),
+                                       Copy16(p + i + 16, out + i + 16, needle));
+    const __m256i yz = _mm256_or_si256(Copy16(p + i + 32, out + i + 32, needle),
+                                       Copy16(p + i + 48, out + i + 48, needle));
     seen = _mm256_or_si256(seen, _mm256_or_si256(wx, yz));
   }
   for (; i + 16 <= n; i += 16) seen = _mm256_or_si256(seen, Copy16(p + i, out + i, needle));

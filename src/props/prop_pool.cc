@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -36,7 +37,10 @@ static_assert(sizeof(FreeBlock) <= kPoolGrain * 2);
 // bytes. The smallest class holds no blocks, being too small for a FreeBlock.
 constexpr size_t kClasses = kPoolMaxBlock / kPoolGrain;
 
-size_t ClassOf(size_t bytes) { return (bytes - 1) / kPoolGrain; }
+// The class of a request; the smallest requests take blocks that hold a FreeBlock.
+size_t ClassOf(size_t bytes) {
+  return (std::max(bytes, sizeof(FreeBlock)) - 1) / kPoolGrain;
+}
 size_t BlockBytes(size_t size_class) { return (size_class + 1) * kPoolGrain; }
 
 // Blocks move between threads in batches of at most this many (and are carved this many at a
@@ -100,15 +104,23 @@ struct BlockList {
 // malloc's heap, which then maps and unmaps every large buffer of a program afresh (writing a
 // large bag after reading one took twice as long, in page faults).
 // A chunk holds kBatchBlocks blocks of one size (from 8 to 64 pages).
-char* MapChunk(size_t chunk_bytes) {
-  void* mem =
-      mmap(nullptr, chunk_bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+char* MapPages(size_t bytes) {
+  void* mem = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mem == MAP_FAILED) throw std::bad_alloc();
-#ifdef QEL_POOL_POISON
-  __lsan_register_root_region(mem, chunk_bytes);  // properties point to their values
-#endif
   return static_cast<char*>(mem);
 }
+
+// Memory the pool hands out blocks from, which the leak checker must search for pointers.
+char* Holding(char* mem, size_t bytes) {
+#ifdef QEL_POOL_POISON
+  __lsan_register_root_region(mem, bytes);  // properties point to their values
+#else
+  (void)bytes;
+#endif
+  return mem;
+}
+
+char* MapChunk(size_t chunk_bytes) { return Holding(MapPages(chunk_bytes), chunk_bytes); }
 
 // Once a block size has this many chunks, further ones are carved from regions of kRegionBytes
 // aligned on that size and advised as huge pages: a large bag then spreads over a few huge pages
@@ -119,9 +131,7 @@ constexpr size_t kRegionBytes = size_t{2} << 20;
 
 char* MapRegion() {
   // Mapped twice the size, then trimmed to an aligned region.
-  void* mem = mmap(nullptr, 2 * kRegionBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                   -1, 0);
-  if (mem == MAP_FAILED) throw std::bad_alloc();
+  char* const mem = MapPages(2 * kRegionBytes);
   const auto start = reinterpret_cast<uintptr_t>(mem);
   const uintptr_t aligned = (start + kRegionBytes - 1) & ~(kRegionBytes - 1);
   if (aligned > start) munmap(mem, aligned - start);
@@ -131,10 +141,7 @@ char* MapRegion() {
   }
   auto* region = reinterpret_cast<char*>(aligned);
   madvise(region, kRegionBytes, MADV_HUGEPAGE);  // advice only: no huge pages is no error
-#ifdef QEL_POOL_POISON
-  __lsan_register_root_region(region, kRegionBytes);  // properties point to their values
-#endif
-  return region;
+  return Holding(region, kRegionBytes);
 }
 
 // The shared list of one block size. Never destroyed: threads may free blocks while the process
@@ -252,7 +259,7 @@ void Refill(size_t size_class, ThreadList& t) {
 }  // namespace
 
 void* PoolAllocate(size_t bytes) {
-  const size_t c = ClassOf(bytes < sizeof(FreeBlock) ? sizeof(FreeBlock) : bytes);
+  const size_t c = ClassOf(bytes);
   ThreadList& t = tl_lists.by_class[c];
   if (t.blocks.head == nullptr) [[unlikely]] {
     if (tl_lists.closed) return ::operator new(BlockBytes(c));  // joins the pool when freed
@@ -262,7 +269,7 @@ void* PoolAllocate(size_t bytes) {
 }
 
 void PoolFree(void* block, size_t bytes) noexcept {
-  const size_t c = ClassOf(bytes < sizeof(FreeBlock) ? sizeof(FreeBlock) : bytes);
+  const size_t c = ClassOf(bytes);
   ThreadList& t = tl_lists.by_class[c];
   auto* b = static_cast<FreeBlock*>(block);
   if (t.blocks.count == kBatchBlocks || !tl_lists.registered || tl_lists.closed) [[unlikely]] {

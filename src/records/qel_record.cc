@@ -23,7 +23,6 @@ QelRecord::~QelRecord() = default;
 
 // ---- Header ----------------------------------------------------------------------------------
 
-
 int32_t QelRecord::Protection() const {
   if (protection_ == 58) return qelProtectionInputOnly;
   if (protection_ == 59) return qelProtectionDisplayOnly;
