@@ -58,12 +58,20 @@ void BindFrame(py::module_& m) {
       .def(
           "Connect",
           [](Object& o, const Text& name, py::function handler) {
-            return o.ConnectEvent(name, [handler](std::span<Variant> args) {
+            // Copies of the wrapper and its release may happen on threads without the GIL
+            // (an event raise copies its handlers; a timer may drop the last reference to its
+            // object after a tick): only the last owner touches the function, under the GIL.
+            std::shared_ptr<py::function> fn(new py::function(std::move(handler)),
+                                             [](py::function* f) {
+                                               py::gil_scoped_acquire gil;
+                                               delete f;
+                                             });
+            return o.ConnectEvent(name, [fn](std::span<Variant> args) {
               py::gil_scoped_acquire gil;
               CallPython([&] {
                 py::tuple t(args.size());
                 for (size_t i = 0; i < args.size(); ++i) t[i] = FromVariant(args[i]);
-                handler(*t);
+                (*fn)(*t);
               });
             });
           },

@@ -19,6 +19,7 @@ void BindFields(py::module_& m);
 void BindProps(py::module_& m);
 void BindRecords(py::module_& m);
 void BindUtil(py::module_& m);
+void BindWait(py::module_& m);
 
 // Runs a Python callable from library code: a QelError it raises becomes the same qel::Error,
 // so that the library's error rules apply to it; any other Python error propagates as is.

@@ -9,4 +9,5 @@ PYBIND11_MODULE(_qelstd, m) {
   qel::python::BindProps(m);
   qel::python::BindRecords(m);
   qel::python::BindUtil(m);
+  qel::python::BindWait(m);
 }

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
@@ -25,7 +26,7 @@ namespace internal {
 class TimerSource;
 }  // namespace internal
 
-class QelTimer final : public Object {
+class QEL_EXPORT QelTimer final : public Object {
  public:
   QelTimer();
   ~QelTimer() override;

@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
@@ -27,7 +28,7 @@ namespace internal {
 class TimerSource;
 }  // namespace internal
 
-class QelTransfer final : public Object {
+class QEL_EXPORT QelTransfer final : public Object {
  public:
   QelTransfer();
   ~QelTransfer() override;

@@ -28,11 +28,12 @@
 #include <cstdint>
 #include <memory>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
 
-class QelWaiter final : public Object {
+class QEL_EXPORT QelWaiter final : public Object {
  public:
   QelWaiter();
   ~QelWaiter() override;

@@ -12,19 +12,20 @@
 
 #include <cstdint>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
 // The calling thread's window handle for QelTransfer.Throw: never 0, the same for the life of
 // the thread, unknown once the thread ends.
-int32_t ThreadWindow();
+QEL_EXPORT int32_t ThreadWindow();
 
 // Signals the named event; it stays signalled until reset. Answers false when no event of that
 // name exists (an event exists while a waiter or other holder has it open).
-bool SetNamedEvent(TextView name);
+QEL_EXPORT bool SetNamedEvent(TextView name);
 // Clears the named event; answers false when no event of that name exists.
-bool ResetNamedEvent(TextView name);
+QEL_EXPORT bool ResetNamedEvent(TextView name);
 
 }  // namespace qel
 
