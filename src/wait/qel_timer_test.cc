@@ -49,6 +49,22 @@ TEST(QelTimerTest, FiresPeriodicallyInsideAWaitUntilCancelled) {
   timer->Cancel();  // idempotent
 }
 
+TEST(QelTimerTest, KeepsTickingWhileItsOwnHandlerWaits) {
+  auto timer = std::make_shared<QelTimer>();
+  auto w = std::make_shared<QelWaiter>();
+  int ticks = 0;
+  Variant inner;
+  timer->ExecuteEvent.Connect([&] {
+    ++ticks;
+    if (ticks == 1) inner = w->WaitForEvent(u"inside the handler", 5000);
+    if (ticks == 3) w->CancelWait(ticks);
+  });
+  timer->Execute(5);
+  Pump(300);
+  timer->Cancel();
+  EXPECT_EQ(inner, Variant(3));
+}
+
 TEST(QelTimerTest, ExecuteWithZeroOrLessStopsAndRaisesNothing) {
   for (int32_t stop : {0, -5}) {
     auto timer = std::make_shared<QelTimer>();

@@ -30,6 +30,9 @@ bool TimerSource::Start(uint32_t interval_ms, Tick tick) {
   GSource* source = g_timeout_source_new(interval_ms);
   if (source == nullptr) return false;
   g_source_set_callback(source, &Dispatch, new Tick(std::move(tick)), &Free);
+  // A handler that waits keeps its own timer ticking inside the nested wait, as timer
+  // messages reach a handler that runs a message loop.
+  g_source_set_can_recurse(source, TRUE);
   if (g_source_attach(source, ThreadContext()) == 0) {
     g_source_unref(source);
     return false;

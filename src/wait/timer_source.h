@@ -6,7 +6,8 @@
 // keeps running. The function is owned by the source, not by this object, so a tick may
 // destroy the TimerSource (and its owner) and still return safely: GLib keeps the function
 // alive until the dispatch ends. When the thread's private context goes away with its
-// thread, the source is destroyed with it and this object sees it as stopped.
+// thread, the source is destroyed with it and this object sees it as stopped. A tick may run
+// while an earlier tick of the same source is still in its handler (a handler that waits).
 #ifndef QEL_SRC_WAIT_TIMER_SOURCE_H_
 #define QEL_SRC_WAIT_TIMER_SOURCE_H_
 
