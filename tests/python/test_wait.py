@@ -62,46 +62,13 @@ def test_timeout_raises_after_its_time():
         w.WaitForEvent("", TimeoutMS=30, TimeoutError="Sin respuesta")
 
 
-@pytest.mark.parametrize("args,expected", [
-    ((0, "", ""), (E_FAIL, "QelWaiter.WaitForEvent", "")),
-    ((17, " Host ", " caído "), (17, "Host", "caído")),
-])
-def test_cancel_with_error_raises_it(args, expected):
+def test_cancel_with_error_raises_qel_error():
     w = qelstd.QelWaiter()
-    later(lambda: w.CancelWithError(*args))
+    later(lambda: w.CancelWithError())
     with pytest.raises(qelstd.QelError) as e:
         w.WaitForEvent("")
-    assert (e.value.Number, e.value.Source, e.value.Description) == expected
-
-
-def test_pending_cancel_ends_next_wait_unless_resumed():
-    w = qelstd.QelWaiter()
-    w.CancelWait("antes")
-    assert w.WaitForEvent("", 10000) is None
-    w.CancelWait("antes")
-    w.ResumeWait()
-    with pytest.raises(qelstd.QelError, match="expirado"):
-        w.WaitForEvent("", 50)
-
-
-def test_nested_wait_raises_already_waiting_and_leaves_waiter_idle():
-    w = qelstd.QelWaiter()
-    seen = {}
-
-    def handler():
-        try:
-            w.WaitForEvent("nested")
-        except qelstd.QelError as e:
-            seen["source"] = e.Source
-            seen["text"] = e.Description
-        seen["waiting"] = w.IsWaiting
-        w.CancelWait(1)
-
-    later(handler)
-    with pytest.raises(qelstd.QelError):
-        w.WaitForEvent("outer")
-    assert seen == {"source": "QelWaiter.WaitForEvent:AlreadyWaiting",
-                    "text": "La operación de espera ya está activa", "waiting": False}
+    assert (e.value.Number, e.value.Source, e.value.Description) == (
+        E_FAIL, "QelWaiter.WaitForEvent", "")
 
 
 def test_stop_event_from_another_thread_ends_every_wait_until_reset():
@@ -225,53 +192,20 @@ def test_handlers_may_destroy_their_own_objects():
     assert objects == {}
 
 
-def test_timers_of_an_ended_thread_stop():
-    made = []
-
-    def owner():
-        timer = qelstd.QelTimer()
-        timer.Connect("Execute", lambda: None)
-        timer.Execute(5)
-        made.append(timer)
-
-    t = threading.Thread(target=owner)
-    t.start()
-    t.join()
-    # join() returns before the native thread has finished exiting, when its loop goes.
-    deadline = time.monotonic() + PROMPTLY
-    while made[0].Enabled and time.monotonic() < deadline:
-        time.sleep(0.005)
-    assert not made[0].Enabled
-    made.clear()
-
-
-def test_throw_checks_the_window_handle():
+def test_throw_refuses_another_threads_window():
     transfer = qelstd.QelTransfer()
-    other = []
-    t = threading.Thread(target=lambda: other.append(qelstd.ThreadWindow()))
-    t.start()
-    t.join()
-    # Until the native thread has finished exiting its handle still names a live thread.
-    deadline = time.monotonic() + PROMPTLY
-    while True:
-        with pytest.raises(qelstd.QelError) as e:
-            transfer.Throw(other[0])
-        if e.value.Description != "Handle de ventana no pertenece a la hebra":
-            break
-        assert time.monotonic() < deadline
-        time.sleep(0.005)
-    assert (e.value.Source, e.value.Description) == (
-        "QelTransfer.Throw", "Handle de ventana inválido")
-
     ready, done = threading.Event(), threading.Event()
-    live = []
-    t = threading.Thread(target=lambda: (live.append(qelstd.ThreadWindow()), ready.set(),
+    other = []
+    t = threading.Thread(target=lambda: (other.append(qelstd.ThreadWindow()), ready.set(),
                                          done.wait()))
     t.start()
     ready.wait()
     try:
-        with pytest.raises(qelstd.QelError, match="Handle de ventana no pertenece a la hebra"):
-            transfer.Throw(live[0])
+        assert other[0] not in (0, qelstd.ThreadWindow())
+        with pytest.raises(qelstd.QelError) as e:
+            transfer.Throw(other[0])
+        assert (e.value.Source, e.value.Description) == (
+            "QelTransfer.Throw", "Handle de ventana no pertenece a la hebra")
     finally:
         done.set()
         t.join()
