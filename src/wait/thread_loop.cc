@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <functional>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
