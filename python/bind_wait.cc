@@ -66,8 +66,8 @@ void BindWait(py::module_& m) {
       "Signals a named event (e.g. 'QELTHREADSTOP' + the thread's native id in upper-case "
       "hex, which ends every wait of that thread); False when no such event exists.");
   m.def(
-      "ResetNamedEvent", [](const Text& name) { return ResetNamedEvent(name); },
-      py::arg("Name"), "Clears a named event; False when no such event exists.");
+      "ResetNamedEvent", [](const Text& name) { return ResetNamedEvent(name); }, py::arg("Name"),
+      "Clears a named event; False when no such event exists.");
 }
 
 }  // namespace qel::python

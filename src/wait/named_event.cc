@@ -54,15 +54,17 @@ std::shared_ptr<NamedEvent> OpenNamedEvent(TextView name) {
     return nullptr;
   }
   // The deleter drops the entry unless a newer event took the name meanwhile.
-  std::shared_ptr<NamedEvent> event(new NamedEvent(std::move(fd)), [key = it->first](NamedEvent* e) {
-    Registry& reg = Events();
-    {
-      std::lock_guard lock(reg.mu);
-      auto found = reg.events.find(key);
-      if (found != reg.events.end() && found->second.expired()) reg.events.erase(found);
-    }
-    delete e;
-  });
+  std::shared_ptr<NamedEvent> event(new NamedEvent(std::move(fd)),
+                                    [key = it->first](NamedEvent* e) {
+                                      Registry& reg = Events();
+                                      {
+                                        std::lock_guard lock(reg.mu);
+                                        auto found = reg.events.find(key);
+                                        if (found != reg.events.end() && found->second.expired())
+                                          reg.events.erase(found);
+                                      }
+                                      delete e;
+                                    });
   it->second = event;
   return event;
 }

@@ -137,7 +137,11 @@ TEST(QelTimerTest, FiresInTheApplicationsOwnLoopWithNoWait) {
   transfer->Throw(0);
   // A guard so that a broken timer fails the test instead of hanging it.
   const guint guard = g_timeout_add(
-      kPromptlyMs, [](gpointer l) { g_main_loop_quit(static_cast<GMainLoop*>(l)); return G_SOURCE_REMOVE; },
+      kPromptlyMs,
+      [](gpointer l) {
+        g_main_loop_quit(static_cast<GMainLoop*>(l));
+        return G_SOURCE_REMOVE;
+      },
       loop);
   g_main_loop_run(loop);
   g_source_remove(guard);
@@ -248,8 +252,7 @@ TEST(WaitClassesTest, AreCreatableByNameAndConnectEventsByName) {
   EXPECT_TRUE(timer->DisconnectEvent(h));
   EXPECT_EQ(Catch([&] { timer->ConnectEvent(u"Catch", nullptr); }).Number(), kErrNoSuchMember);
   auto transfer = std::make_shared<QelTransfer>();
-  EXPECT_EQ(Catch([&] { transfer->ConnectEvent(u"Execute", nullptr); }).Number(),
-            kErrNoSuchMember);
+  EXPECT_EQ(Catch([&] { transfer->ConnectEvent(u"Execute", nullptr); }).Number(), kErrNoSuchMember);
 }
 
 }  // namespace

@@ -91,8 +91,7 @@ QelWaiter::~QelWaiter() = default;
 
 bool QelWaiter::IsWaiting() const { return impl_->waiting.load(); }
 
-Variant QelWaiter::WaitForEvent(TextView caller_name, int32_t timeout_ms,
-                                TextView timeout_error) {
+Variant QelWaiter::WaitForEvent(TextView caller_name, int32_t timeout_ms, TextView timeout_error) {
   // A handler may release the last reference to this waiter while it waits.
   const ObjectPtr keep_alive = weak_from_this().lock();
   Impl& impl = *impl_;
@@ -133,8 +132,8 @@ Variant QelWaiter::WaitForEvent(TextView caller_name, int32_t timeout_ms,
       if (elapsed < 0) elapsed = kWrappedElapsedMs;
       remaining -= elapsed;
       if (remaining < 1) {
-        fail(u"TimeoutExpired", timeout_error.empty() ? TextView(u"Tiempo de espera ha expirado")
-                                                      : timeout_error);
+        fail(u"TimeoutExpired",
+             timeout_error.empty() ? TextView(u"Tiempo de espera ha expirado") : timeout_error);
       }
       if (remaining < slice) slice = static_cast<int32_t>(remaining);
     }

@@ -75,7 +75,8 @@ TEST(QelWaiterTest, TimeoutRaisesAfterItsTime) {
     std::string expected;
   } cases[] = {
       {u"", "-2147467259|QelWaiter.WaitForEvent:TimeoutExpired|Tiempo de espera ha expirado"},
-      {u"Sin respuesta del host", "-2147467259|QelWaiter.WaitForEvent:TimeoutExpired|Sin respuesta del host"},
+      {u"Sin respuesta del host",
+       "-2147467259|QelWaiter.WaitForEvent:TimeoutExpired|Sin respuesta del host"},
   };
   auto w = std::make_shared<QelWaiter>();
   for (const Case& c : cases) {

@@ -48,8 +48,6 @@ void TimerSource::Stop() {
   g_source_unref(source);
 }
 
-bool TimerSource::running() const {
-  return source_ != nullptr && !g_source_is_destroyed(source_);
-}
+bool TimerSource::running() const { return source_ != nullptr && !g_source_is_destroyed(source_); }
 
 }  // namespace qel::internal

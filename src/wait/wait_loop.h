@@ -30,10 +30,10 @@ class ContextOwnership {
 void DispatchPending(GMainContext* context);
 
 enum class SliceEnd {
-  kFirst,    // the first descriptor is readable (checked before the second)
-  kSecond,   // the second descriptor is readable
-  kInput,    // a source of the context is ready, or the slice ran out
-  kFailed,   // the poll failed
+  kFirst,   // the first descriptor is readable (checked before the second)
+  kSecond,  // the second descriptor is readable
+  kInput,   // a source of the context is ready, or the slice ran out
+  kFailed,  // the poll failed
 };
 // Sleeps until either descriptor is readable, a source of `context` becomes ready or
 // `slice_ms` pass. Dispatches nothing. REQUIRES: owned.

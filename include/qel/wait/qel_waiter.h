@@ -43,8 +43,7 @@ class QEL_EXPORT QelWaiter final : public Object {
   bool IsWaiting() const;
 
   // CallerName is accepted and not used. TimeoutMS <= 0 waits without a time-out.
-  Variant WaitForEvent(TextView caller_name, int32_t timeout_ms = 0,
-                       TextView timeout_error = {});
+  Variant WaitForEvent(TextView caller_name, int32_t timeout_ms = 0, TextView timeout_error = {});
   // Ends the wait, which returns `data` (Null when omitted).
   void CancelWait(Variant data = Variant::Null());
   // Ends the wait, which raises (number, source, description): blanks trimmed, 0 becomes
