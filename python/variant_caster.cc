@@ -13,10 +13,26 @@
 namespace qel::python {
 namespace {
 
-py::object DecimalClass() {
-  static py::object cls = py::module_::import("decimal").attr("Decimal");
+// Leaked on purpose: a static py::object would be released after the interpreter is gone.
+py::handle DecimalClass() {
+  static const py::handle cls = py::object(py::module_::import("decimal").attr("Decimal")).release();
   return cls;
 }
+
+// Bounds the nesting of containers converted to variant arrays by Python's own recursion
+// limit; a list that contains itself ends there with error 28 instead of exhausting the stack.
+class NestingGuard {
+ public:
+  NestingGuard() {
+    if (Py_EnterRecursiveCall(" converting a qelstd value") != 0) {
+      PyErr_Clear();
+      RaiseRuntime(kErrOutOfStack);
+    }
+  }
+  ~NestingGuard() { Py_LeaveRecursiveCall(); }
+  NestingGuard(const NestingGuard&) = delete;
+  NestingGuard& operator=(const NestingGuard&) = delete;
+};
 
 void EnsureDateTimeApi() {
   if (PyDateTimeAPI == nullptr) PyDateTime_IMPORT;
@@ -91,6 +107,7 @@ Variant ToVariant(py::handle obj) {
   if (py::isinstance(obj, DecimalClass())) return FromPyDecimal(obj);
   if (py::isinstance<Object>(obj)) return obj.cast<ObjectPtr>();
   if (PyList_Check(obj.ptr()) || PyTuple_Check(obj.ptr())) {
+    NestingGuard guard;
     VariantArray items;
     for (py::handle item : obj) items.push_back(ToVariant(item));
     return items;
