@@ -13,10 +13,28 @@ namespace {
 // The file helpers never raise: an argument that is not a path answers False.
 template <class F>
 auto FileHelper(F helper) {
+  return [helper](const py::object& path) {
+    const auto name = FileArgument(path);
+    return name && helper(*name);
+  };
+}
+
+// The same as a QelGlobal member.
+template <class F>
+auto FileMember(F helper) {
   return [helper](const QelGlobal&, const py::object& path) {
     const auto name = FileArgument(path);
     return name && helper(*name);
   };
+}
+
+bool OpenDocumentArgs(const py::object& path, const py::object& hwnd) {
+  const auto name = FileArgument(path);
+  if (!name || !py::isinstance<py::int_>(hwnd)) return false;
+  int overflow = 0;
+  const long long h = PyLong_AsLongLongAndOverflow(hwnd.ptr(), &overflow);
+  if (overflow != 0 || h < INT32_MIN || h > INT32_MAX) return false;
+  return OpenDocument(*name, static_cast<int32_t>(h));
 }
 
 }  // namespace
@@ -68,27 +86,22 @@ void BindQelGlobal(PyClass<QelGlobal>& c) {
       .def("CobolCompare", &QelGlobal::CobolCompare, py::arg("Value1"), py::arg("Value2"),
            "Compares two values as the host does: numbers when both are numeric, else texts. "
            "Returns -1, 0 or 1.")
-      .def("DeleteFile", FileHelper([](const Text& f) { return DeleteFile(f); }),
+      .def("DeleteFile", FileMember(([](const Text& f) { return DeleteFile(f); })),
            py::arg("FileName"),
            "Deletes the files FileName names ('*' and '?' in its last component); answers "
            "whether any was deleted. Never raises.")
-      .def("MakeDirectory", FileHelper([](const Text& d) { return MakeDirectory(d); }),
+      .def("MakeDirectory", FileMember(([](const Text& d) { return MakeDirectory(d); })),
            py::arg("DirectoryPath"),
            "Creates the directory and any missing parents; answers success. Never raises.")
-      .def("RemoveDirectory", FileHelper([](const Text& d) { return RemoveDirectory(d); }),
+      .def("RemoveDirectory",
+           FileMember(([](const Text& d) { return RemoveDirectory(d); })),
            py::arg("DirectoryPath"),
            "Removes an empty directory; answers success. Never raises.")
       .def(
           "OpenDocument",
-          [](const QelGlobal& g, const py::object& path, const py::object& hwnd) {
-            const auto name = FileArgument(path);
-            if (!name || !py::isinstance<py::int_>(hwnd)) return false;
-            int overflow = 0;
-            const long long h = PyLong_AsLongLongAndOverflow(hwnd.ptr(), &overflow);
-            if (overflow != 0 || h < INT32_MIN || h > INT32_MAX) return false;
-            return g.OpenDocument(*name, static_cast<int32_t>(h));
-          },
-          py::arg("DocumentPath"), py::arg("Hwnd") = 0,
+          [](const QelGlobal&, const py::object& path, const py::object& hwnd) {
+            return OpenDocumentArgs(path, hwnd);
+          }, py::arg("DocumentPath"), py::arg("Hwnd") = 0,
           "Opens the document with the application associated with its type; answers "
           "whether one is. Never raises.")
       .def_property("QelDefaultSignANSI", &QelGlobal::QelDefaultSignANSI,
@@ -96,6 +109,44 @@ void BindQelGlobal(PyClass<QelGlobal>& c) {
                     "The thread's default SignANSI for new records (False).")
       .def_property_readonly("Locale", &QelGlobal::Locale, "The thread's QelLocale.")
       .def_property_readonly("Sid", &QelGlobal::Sid, "The user's QelLanguage.");
+}
+
+void BindGlobalFunctions(py::module_& m) {
+  // The global object's members called without it: the same routines on the calling thread.
+  m.def(
+      "QelValidateRUT",
+      [](const Variant& rut, int32_t size, bool allow, bool compute) {
+        return QelValidateRUT(CStr(rut), size, allow, compute);
+      },
+      py::arg("RutText"), py::arg("ReturnSize") = 0, py::arg("AllowUnknown") = false,
+      py::arg("ComputeUnknown") = false, "QelGlobal.QelValidateRUT without the object.");
+  m.def(
+      "QelFormatRUT", [](const Variant& rut, bool sep) { return QelFormatRUT(CStr(rut), sep); },
+      py::arg("RutValue"), py::arg("ThousandSep") = false,
+      "QelGlobal.QelFormatRUT without the object.");
+  m.def("QelConvert", &QelConvert, py::arg("Field"), py::arg("Value"),
+        py::arg("WithQelFormat") = false, "QelGlobal.QelConvert without the object.");
+  m.def(
+      "QelCompare",
+      [](const QelRecordField& f, int32_t i1, const OptionalVariant& v2, int32_t i2) {
+        return QelCompare(f, i1, v2.OrEmpty(), i2);
+      },
+      py::arg("Field"), py::arg("Index1") = 1, py::arg("Value2") = OmittedType{},
+      py::arg("Index2") = 1, "QelGlobal.QelCompare without the object.");
+  m.def(
+      "ToDecimal", [](const Variant& v) { return Variant(ToDecimal(v)); }, py::arg("Value"),
+      "QelGlobal.ToDecimal without the object.");
+  m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"),
+        "QelGlobal.CobolCompare without the object.");
+  m.def("DeleteFile", FileHelper([](const Text& f) { return DeleteFile(f); }),
+        py::arg("FileName"), "QelGlobal.DeleteFile without the object. Never raises.");
+  m.def("MakeDirectory", FileHelper([](const Text& d) { return MakeDirectory(d); }),
+        py::arg("DirectoryPath"), "QelGlobal.MakeDirectory without the object. Never raises.");
+  m.def("RemoveDirectory", FileHelper([](const Text& d) { return RemoveDirectory(d); }),
+        py::arg("DirectoryPath"),
+        "QelGlobal.RemoveDirectory without the object. Never raises.");
+  m.def("OpenDocument", &OpenDocumentArgs, py::arg("DocumentPath"), py::arg("Hwnd") = 0,
+        "QelGlobal.OpenDocument without the object. Never raises.");
 }
 
 void BindQelRecordData(PyClass<QelRecordData>& c) {

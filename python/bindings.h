@@ -67,6 +67,7 @@ void BindQelLanguage(PyClass<QelLanguage>& c);
 // Field values.
 void BindFieldTypes(py::module_& m);
 void BindQelGlobal(PyClass<QelGlobal>& c);
+void BindGlobalFunctions(py::module_& m);
 void BindQelRecordData(PyClass<QelRecordData>& c);
 void BindQelRecordField(PyClass<QelRecordField>& c);
 void BindQelRecordFields(PyClass<QelRecordFields>& c);

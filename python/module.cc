@@ -99,6 +99,7 @@ PYBIND11_MODULE(_qelstd, m) {
 
   BindFieldTypes(m);
   BindQelGlobal(c.global);
+  BindGlobalFunctions(m);
   BindQelRecordData(c.record_data);
   BindQelRecordField(c.record_field);
   BindQelRecordFields(c.record_fields);

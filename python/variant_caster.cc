@@ -19,17 +19,18 @@ py::handle DecimalClass() {
   return cls;
 }
 
-// Bounds the nesting of containers converted to variant arrays by Python's own recursion
-// limit; a list that contains itself ends there with error 28 instead of exhausting the stack.
+// Containers nested deeper than this raise error 28 instead of exhausting the stack (a list
+// that contains itself ends here).
+constexpr int kMaxNesting = 256;
+thread_local int t_nesting = 0;
+
 class NestingGuard {
  public:
   NestingGuard() {
-    if (Py_EnterRecursiveCall(" converting a qelstd value") != 0) {
-      PyErr_Clear();
-      RaiseRuntime(kErrOutOfStack);
-    }
+    if (t_nesting == kMaxNesting) RaiseRuntime(kErrOutOfStack);
+    ++t_nesting;
   }
-  ~NestingGuard() { Py_LeaveRecursiveCall(); }
+  ~NestingGuard() { --t_nesting; }
   NestingGuard(const NestingGuard&) = delete;
   NestingGuard& operator=(const NestingGuard&) = delete;
 };

@@ -17,7 +17,6 @@ Conventions:
     A handler that refers back to its object is collected with it by the garbage collector.
 """
 import enum as _enum
-import functools as _functools
 import sys as _sys
 import types as _types
 
@@ -25,22 +24,6 @@ from ._qelstd import *  # noqa: F401,F403
 from ._qelstd import QelError, Empty, EmptyType, Variant, CreateObject, SetThreadLocale  # noqa: F401
 from ._qelstd import QelGlobal
 from . import _qelstd
-
-
-def _global_function(name):
-    method = getattr(QelGlobal, name)
-
-    @_functools.wraps(method)
-    def call(*args, **kwargs):
-        return getattr(QelGlobal(), name)(*args, **kwargs)
-
-    return call
-
-
-# The global object's methods are also module functions, called on the thread's QelGlobal.
-for _name in ("QelValidateRUT", "QelFormatRUT", "QelConvert", "QelCompare", "ToDecimal",
-              "CobolCompare", "DeleteFile", "MakeDirectory", "RemoveDirectory", "OpenDocument"):
-    globals()[_name] = _global_function(_name)
 
 
 def _enumeration(name, prefix, doc, exclude=()):
