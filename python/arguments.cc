@@ -23,7 +23,8 @@ std::vector<py::object> SetterArguments(const char* method, const std::vector<Se
     if (key == "value") continue;
     size_t i = 0;
     while (i < params.size() && key != params[i].name) ++i;
-    if (i == params.size()) throw py::type_error(where + "unexpected keyword argument '" + key + "'");
+    if (i == params.size())
+      throw py::type_error(where + "unexpected keyword argument '" + key + "'");
     if (out[i]) throw py::type_error(where + "argument '" + key + "' given twice");
     out[i] = py::reinterpret_borrow<py::object>(item.second);
   }
@@ -40,7 +41,8 @@ std::vector<py::object> SetterArguments(const char* method, const std::vector<Se
 std::optional<Text> FileArgument(const py::handle& obj) {
   if (py::isinstance<py::str>(obj)) return obj.cast<Text>();
   // Leaked on purpose: a static py::object would be released after the interpreter is gone.
-  static const py::handle path_like = py::object(py::module_::import("os").attr("PathLike")).release();
+  static const py::handle path_like =
+      py::object(py::module_::import("os").attr("PathLike")).release();
   if (!py::isinstance(obj, path_like)) return std::nullopt;
   const py::object name = py::module_::import("os").attr("fsdecode")(obj);
   if (!py::isinstance<py::str>(name)) return std::nullopt;

@@ -93,15 +93,14 @@ void BindQelGlobal(PyClass<QelGlobal>& c) {
       .def("MakeDirectory", FileMember(([](const Text& d) { return MakeDirectory(d); })),
            py::arg("DirectoryPath"),
            "Creates the directory and any missing parents; answers success. Never raises.")
-      .def("RemoveDirectory",
-           FileMember(([](const Text& d) { return RemoveDirectory(d); })),
-           py::arg("DirectoryPath"),
-           "Removes an empty directory; answers success. Never raises.")
+      .def("RemoveDirectory", FileMember(([](const Text& d) { return RemoveDirectory(d); })),
+           py::arg("DirectoryPath"), "Removes an empty directory; answers success. Never raises.")
       .def(
           "OpenDocument",
           [](const QelGlobal&, const py::object& path, const py::object& hwnd) {
             return OpenDocumentArgs(path, hwnd);
-          }, py::arg("DocumentPath"), py::arg("Hwnd") = 0,
+          },
+          py::arg("DocumentPath"), py::arg("Hwnd") = 0,
           "Opens the document with the application associated with its type; answers "
           "whether one is. Never raises.")
       .def_property("QelDefaultSignANSI", &QelGlobal::QelDefaultSignANSI,
@@ -138,13 +137,12 @@ void BindGlobalFunctions(py::module_& m) {
       "QelGlobal.ToDecimal without the object.");
   m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"),
         "QelGlobal.CobolCompare without the object.");
-  m.def("DeleteFile", FileHelper([](const Text& f) { return DeleteFile(f); }),
-        py::arg("FileName"), "QelGlobal.DeleteFile without the object. Never raises.");
+  m.def("DeleteFile", FileHelper([](const Text& f) { return DeleteFile(f); }), py::arg("FileName"),
+        "QelGlobal.DeleteFile without the object. Never raises.");
   m.def("MakeDirectory", FileHelper([](const Text& d) { return MakeDirectory(d); }),
         py::arg("DirectoryPath"), "QelGlobal.MakeDirectory without the object. Never raises.");
   m.def("RemoveDirectory", FileHelper([](const Text& d) { return RemoveDirectory(d); }),
-        py::arg("DirectoryPath"),
-        "QelGlobal.RemoveDirectory without the object. Never raises.");
+        py::arg("DirectoryPath"), "QelGlobal.RemoveDirectory without the object. Never raises.");
   m.def("OpenDocument", &OpenDocumentArgs, py::arg("DocumentPath"), py::arg("Hwnd") = 0,
         "QelGlobal.OpenDocument without the object. Never raises.");
 }
@@ -163,7 +161,8 @@ void BindQelRecordData(PyClass<QelRecordData>& c) {
       .def(
           "SetSlot",
           [](QelRecordData& d, py::args args, py::kwargs kwargs) {
-            const auto a = SetterArguments("SetSlot", {{"Start", {}}, {"Length", {}}}, args, kwargs);
+            const auto a =
+                SetterArguments("SetSlot", {{"Start", {}}, {"Length", {}}}, args, kwargs);
             d.SetSlot(a[0].cast<int32_t>(), a[1].cast<int32_t>(), a[2].cast<Variant>());
           },
           "SetSlot(Start, Length, value): writes value into the slot, cut or blank-padded; "
@@ -177,8 +176,7 @@ void BindQelRecordField(PyClass<QelRecordField>& c) {
       .def_property_readonly("Length", &QelRecordField::Length,
                              "Characters the field occupies (the whole group's for a list "
                              "begin or end).")
-      .def_property_readonly("Precision", &QelRecordField::Precision,
-                             "Decimals of a number field.")
+      .def_property_readonly("Precision", &QelRecordField::Precision, "Decimals of a number field.")
       .def_property_readonly("Dimensions", &QelRecordField::Dimensions,
                              "Occurrences of a list begin's group; 0 for any other field.")
       .def_property("Format", &QelRecordField::Format, &QelRecordField::SetFormat,

@@ -50,8 +50,7 @@ void BindVariant(py::class_<TypedVariant>& c) {
           "vartype", [](const TypedVariant& v) { return static_cast<int>(v.value.type()); },
           "The automation type code of the value.")
       .def_property_readonly(
-          "value", [](const TypedVariant& v) { return v.value; },
-          "The value as Python sees it.")
+          "value", [](const TypedVariant& v) { return v.value; }, "The value as Python sees it.")
       .def("__repr__", [](const TypedVariant& v) {
         return "Variant(" + std::string(py::repr(FromVariant(v.value))) + ", " +
                std::to_string(static_cast<int>(v.value.type())) + ")";
@@ -97,8 +96,7 @@ void BindFrameFunctions(py::module_& m) {
       "Creates an object of a creatable class by its name (case-insensitive); QelError 429 "
       "for an unknown name.");
   m.def(
-      "SetThreadLocale", [](const std::string& name) { SetThreadLocale(name); },
-      py::arg("Locale"),
+      "SetThreadLocale", [](const std::string& name) { SetThreadLocale(name); }, py::arg("Locale"),
       "Sets the calling thread's locale (e.g. 'es_CL.UTF-8'), which number and date texts "
       "follow.");
 }

@@ -54,8 +54,8 @@ void BindQelProps(PyClass<QelProps>& c) {
           "SetValue",
           [](QelProps& b, py::args args, py::kwargs kwargs) {
             // Default is an argument of the property Value; it plays no part in an assignment.
-            const auto a = SetterArguments("SetValue", {{"Key", {}}, {"Default", py::cast(OmittedType{})}},
-                                           args, kwargs);
+            const auto a = SetterArguments(
+                "SetValue", {{"Key", {}}, {"Default", py::cast(OmittedType{})}}, args, kwargs);
             b.SetValue(a[0].cast<Variant>(), a[2].cast<Variant>());
           },
           "SetValue(Key[, Default], value): assigns property Key, creating it under the key "

@@ -228,11 +228,9 @@ void BindQelMessage(PyClass<QelMessage>& c) {
           "Sender", &QelMessage::Sender,
           [](QelMessage& msg, const Variant& v) { msg.SetSender(CStr(v)); }, "The sender.")
       .def_property("Data", &QelMessage::Data, &QelMessage::SetData, "The payload.")
-      .def_property_readonly("IsObject", &QelMessage::IsObject,
-                             "Whether the payload is an object.")
+      .def_property_readonly("IsObject", &QelMessage::IsObject, "Whether the payload is an object.")
       .def_property_readonly("IsProps", &QelMessage::IsProps, "Whether the payload is a bag.")
-      .def_property_readonly("IsRecord", &QelMessage::IsRecord,
-                             "Whether the payload is a record.")
+      .def_property_readonly("IsRecord", &QelMessage::IsRecord, "Whether the payload is a record.")
       .def_property("Props", &QelMessage::Props, &QelMessage::SetProps,
                     "The payload as a QelProps, or None.")
       .def_property("Record", &QelMessage::Record, &QelMessage::SetRecord,

@@ -17,8 +17,8 @@ void BindQelLocale(PyClass<QelLocale>& c) {
 }
 
 void BindQelLanguage(PyClass<QelLanguage>& c) {
-  c.def(py::init<>()).def_property_readonly("Tag", &QelLanguage::Tag,
-                                            "The language tag, e.g. 'es-cl'.");
+  c.def(py::init<>())
+      .def_property_readonly("Tag", &QelLanguage::Tag, "The language tag, e.g. 'es-cl'.");
 }
 
 }  // namespace qel::python

@@ -36,7 +36,8 @@ Registry& Handlers() {
   return *registry;
 }
 
-PyHandler::PyHandler(const Object* owner, py::function fn) : owner_(owner), fn_(fn.release().ptr()) {
+PyHandler::PyHandler(const Object* owner, py::function fn)
+    : owner_(owner), fn_(fn.release().ptr()) {
   Handlers()[owner_].push_back(this);
 }
 

@@ -58,9 +58,10 @@ Classes DeclareClasses(py::module_& m) {
           "A property bag: named values (names case-insensitive) in insertion order, "
           "nestable, with a text form (ToText, LoadFromText) and loaders. bag[key] is "
           "Item(key) (None when absent), len(bag) is Count, iteration walks a snapshot."),
-      .record_label = PyClass<QelRecordLabel>(
-          m, "QelRecordLabel", "A label of a record: a code and a text value carried in the "
-                               "link text."),
+      .record_label =
+          PyClass<QelRecordLabel>(m, "QelRecordLabel",
+                                  "A label of a record: a code and a text value carried in the "
+                                  "link text."),
       .record_labels = PyClass<QelRecordLabels>(
           m, "QelRecordLabels",
           "A record's labels, keyed by label code or 1-based position. labels[key] is "
@@ -71,9 +72,9 @@ Classes DeclareClasses(py::module_& m) {
           "transaction header codes, labels and data, with its link text (Serialize, "
           "UnSerialize) and a formula evaluator (Eval). rec[name] is the field "
           "(Fields.Item(name)), not its value."),
-      .message = PyClass<QelMessage>(
-          m, "QelMessage", "A message envelope: a name, a sender and a payload that is a "
-                           "value, a property bag or a record."),
+      .message = PyClass<QelMessage>(m, "QelMessage",
+                                     "A message envelope: a name, a sender and a payload that is a "
+                                     "value, a property bag or a record."),
       .messages = PyClass<QelMessages>(
           m, "QelMessages",
           "A collection of messages keyed by name (case-insensitive) or 1-based position. "

@@ -15,7 +15,8 @@ namespace {
 
 // Leaked on purpose: a static py::object would be released after the interpreter is gone.
 py::handle DecimalClass() {
-  static const py::handle cls = py::object(py::module_::import("decimal").attr("Decimal")).release();
+  static const py::handle cls =
+      py::object(py::module_::import("decimal").attr("Decimal")).release();
   return cls;
 }
 
@@ -49,7 +50,8 @@ LocaleInfo AsciiNumbers() {
 Variant FromPyDecimal(py::handle obj) {
   const std::string s = py::str(py::str("{:f}").attr("format")(obj));
   auto d = ParseDecimal(FromUtf8(s), AsciiNumbers());
-  if (!d) RaiseRuntime(s.find_first_of("nN") != std::string::npos ? kErrTypeMismatch : kErrOverflow);
+  if (!d)
+    RaiseRuntime(s.find_first_of("nN") != std::string::npos ? kErrTypeMismatch : kErrOverflow);
   return *d;
 }
 
