@@ -9,13 +9,8 @@
 
 namespace qel::python {
 
-void BindWait(py::module_& m) {
-  py::class_<QelWaiter, Object, std::shared_ptr<QelWaiter>>(
-      m, "QelWaiter",
-      "Blocks its thread until CancelWait or CancelWithError delivers a result, while the "
-      "thread's GLib main context keeps dispatching (timers, hand-overs, other sources).\n\n"
-      "Other Python threads run during the wait; handlers run on the waiting thread.")
-      .def(py::init<>(), "A waiter of the calling thread, idle.")
+void BindQelWaiter(PyClass<QelWaiter>& c) {
+  c.def(py::init<>(), "A waiter of the calling thread, idle.")
       .def_property_readonly("IsWaiting", &QelWaiter::IsWaiting,
                              "True while a WaitForEvent is in progress.")
       .def("WaitForEvent", &QelWaiter::WaitForEvent, py::arg("CallerName"),
@@ -34,31 +29,28 @@ void BindWait(py::module_& m) {
            "'QelWaiter.WaitForEvent', Description), blanks trimmed. Any thread.")
       .def("ResumeWait", &QelWaiter::ResumeWait,
            "Discards a cancel that arrived while nobody waited.");
+}
 
-  py::class_<QelTimer, Object, std::shared_ptr<QelTimer>>(
-      m, "QelTimer",
-      "A periodic timer raising the event 'Execute' (no arguments) on the thread that "
-      "started it, from the thread's GLib loop or inside QelWaiter.WaitForEvent. Exceptions "
-      "of handlers are logged and swallowed.")
-      .def(py::init<>(), "A stopped timer.")
+void BindQelTimer(PyClass<QelTimer>& c) {
+  c.def(py::init<>(), "A stopped timer.")
       .def_property_readonly("Enabled", &QelTimer::Enabled, "True while the timer runs.")
       .def("Execute", &QelTimer::Execute, py::arg("IntervalMS"),
            "Stops the timer; when IntervalMS > 0 starts a periodic one with that period.")
       .def("Cancel", &QelTimer::Cancel, "Stops the timer.")
       .def("RaiseExecute", &QelTimer::RaiseExecute,
            "Raises Execute now, swallowing the handlers' exceptions.");
+}
 
-  py::class_<QelTransfer, Object, std::shared_ptr<QelTransfer>>(
-      m, "QelTransfer",
-      "Hands work over to the thread's loop: Throw arms one 'Catch' event (no arguments) "
-      "about 1 ms later. Exceptions of handlers are logged and swallowed.")
-      .def(py::init<>(), "An idle transfer.")
+void BindQelTransfer(PyClass<QelTransfer>& c) {
+  c.def(py::init<>(), "An idle transfer.")
       .def("Throw", &QelTransfer::Throw, py::arg("Hwnd") = 0,
            "Arms one Catch on the loop of the thread whose handle is Hwnd (ThreadWindow(); "
            "0 is the calling thread), which must be the calling thread.")
       .def("RaiseCatch", &QelTransfer::RaiseCatch,
            "Disarms, then raises Catch, swallowing the handlers' exceptions.");
+}
 
+void BindWaitFunctions(py::module_& m) {
   m.def("ThreadWindow", &ThreadWindow,
         "The calling thread's window handle for QelTransfer.Throw (never 0).");
   m.def(
