@@ -3,13 +3,13 @@
 // the record data buffer, fields and the field collection.
 #include "bindings.h"
 #include "qel/fields/field_types.h"
-#include "qel/fields/qel_global.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/fields/rut.h"
-#include "qel/fields/value_compare.h"
 #include "qel/frame/convert.h"
+#include "qel/global/qel_global.h"
+#include "qel/global/value_compare.h"
 
 namespace qel::python {
 namespace {
@@ -22,6 +22,17 @@ Text ValidateRut(const Variant& rut_text, int32_t return_size, bool allow_unknow
 
 Text FormatRut(const Variant& rut_value, bool thousand_sep) {
   return QelFormatRUT(CStr(rut_value), thousand_sep);
+}
+
+// An omitted optional argument: told apart from None (Null) and qelstd.Empty, both values.
+py::object Omitted() {
+  static py::object* omitted = new py::object(py::module_::import("builtins").attr("object")());
+  return *omitted;
+}
+
+std::optional<Variant> GivenOrMissing(const py::object& value) {
+  if (value.is(Omitted())) return std::nullopt;
+  return value.cast<Variant>();
 }
 
 }  // namespace
@@ -55,8 +66,12 @@ void BindFields(py::module_& m) {
           py::arg("RutValue"), py::arg("ThousandSep") = false)
       .def("QelConvert", &QelGlobal::QelConvert, py::arg("Field"), py::arg("Value"),
            py::arg("WithQelFormat") = false)
-      .def("QelCompare", &QelGlobal::QelCompare, py::arg("Field"), py::arg("Index1") = 1,
-           py::arg("Value2") = Variant(), py::arg("Index2") = 1)
+      .def(
+          "QelCompare",
+          [](const QelGlobal& g, const QelRecordField& f, int32_t i1, const py::object& v2,
+             int32_t i2) { return g.QelCompare(f, i1, GivenOrMissing(v2), i2); },
+          py::arg("Field"), py::arg("Index1") = 1, py::arg_v("Value2", Omitted(), "<omitted>"),
+          py::arg("Index2") = 1)
       .def(
           "ToDecimal", [](const QelGlobal& g, const Variant& v) { return Variant(g.ToDecimal(v)); },
           py::arg("Value"))
@@ -84,8 +99,13 @@ void BindFields(py::module_& m) {
   m.def("QelFormatRUT", &FormatRut, py::arg("RutValue"), py::arg("ThousandSep") = false);
   m.def("QelConvert", &QelConvert, py::arg("Field"), py::arg("Value"),
         py::arg("WithQelFormat") = false);
-  m.def("QelCompare", &QelCompare, py::arg("Field"), py::arg("Index1") = 1,
-        py::arg("Value2") = Variant(), py::arg("Index2") = 1);
+  m.def(
+      "QelCompare",
+      [](const QelRecordField& f, int32_t i1, const py::object& v2, int32_t i2) {
+        return QelCompare(f, i1, GivenOrMissing(v2), i2);
+      },
+      py::arg("Field"), py::arg("Index1") = 1, py::arg_v("Value2", Omitted(), "<omitted>"),
+      py::arg("Index2") = 1);
   m.def(
       "ToDecimal", [](const Variant& v) { return Variant(ToDecimal(v)); }, py::arg("Value"));
   m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"));

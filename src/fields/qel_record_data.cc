@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <limits>
 
-#include "qel/fields/qel_global.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
 namespace qel {
 namespace {
+
+thread_local bool t_default_sign_ansi = false;
 
 void CheckRange(int32_t start, int32_t length) {
   if (start < 1 || length < 0 ||
@@ -20,6 +21,9 @@ void CheckRange(int32_t start, int32_t length) {
 }
 
 }  // namespace
+
+bool QelDefaultSignANSI() { return t_default_sign_ansi; }
+void SetQelDefaultSignANSI(bool value) { t_default_sign_ansi = value; }
 
 bool IsNullSlotSlow(TextView slot) {
   return std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
@@ -55,7 +59,7 @@ void QelRecordData::SetSlot(int32_t start, int32_t length, const Variant& text) 
   CheckRange(start, length);
   if (text.IsNull()) {
     auto out = Writable(start, length);
-    std::fill(out.begin(), out.end(), kNullFiller);
+    std::fill(out.begin(), out.end(), kEmptySlotChar);
     return;
   }
   const Text t = LeftJustify(CStr(text), u" ", length);  // converted before anything changes

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "frame/testing.h"
-#include "qel/fields/qel_global.h"
 
 namespace qel {
 namespace {
@@ -24,9 +23,12 @@ TEST(QelRecordData, SlotsPastTheEndReadBlankAndWritePadded) {
   EXPECT_EQ(d.Data(), u"12   xyz");
 }
 
-TEST(QelRecordData, NullSlotsHoldTheFiller) {
+TEST(QelRecordData, NullWrittenLeavesBlanksAndTheOldFillerStillReadsNull) {
   QelRecordData d;
+  d.SetData(u"abcd");
   d.SetSlot(2, 2, Variant::Null());
+  EXPECT_EQ(d.Data(), u"a  d");
+  d.SetData(u"a\x1a\x1a");
   EXPECT_TRUE(d.Slot(2, 2).IsNull());
   EXPECT_FALSE(d.Slot(1, 2).IsNull()) << "a slot partly filled is not null";
 }

@@ -77,6 +77,22 @@ constexpr std::array<uint128, 29> kPow10 = MakePowersOfTen();
 
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
+// The link text separates labels and header codes with FS (28) and GS (29); data holding
+// them would be read by the host as separators, so a field refuses them where they are
+// written.
+constexpr char16_t kLinkSeparators[] = {28, 29};
+
+void RefuseLinkSeparators(TextView text, TextView field_name) {
+  for (const char16_t c : text) {
+    if (c == kLinkSeparators[0] || c == kLinkSeparators[1]) {
+      RaiseError(E_INVALIDARG, u"LinkSeparator",
+                 u"El valor del campo '%1' contiene el carácter %2, que separa las partes del "
+                 u"registro",
+                 {Variant(field_name), Variant(static_cast<int32_t>(c))});
+    }
+  }
+}
+
 bool AllOf(TextView t, char16_t c) {
   return std::all_of(t.begin(), t.end(), [c](char16_t x) { return x == c; });
 }
@@ -218,6 +234,7 @@ void QelRecordFieldInternal::Initialize(QelRecordField& f, TextView descriptor) 
     if (f.precision_ < 0) {
       RaiseError(E_INVALIDARG, u"Precision", u"La Precisión de un campo no debe ser negativa");
     }
+    if (f.length_ > kMaxRecordLength) RaiseRuntime(kErrOverflow);
     f.slot_length_ = f.length_;
     switch (f.type_) {
       case qelTypeList:
@@ -228,6 +245,7 @@ void QelRecordFieldInternal::Initialize(QelRecordField& f, TextView descriptor) 
           f.dimensions_ = f.precision_;
           f.precision_ = 0;
         }
+        if (f.dimensions_ > kMaxListOccurrences) RaiseRuntime(kErrOverflow);
         Place(f, 1, f.length_ / f.dimensions_, f.dimensions_, f.length_ / f.dimensions_, false);
         break;
       case qelTypeText:
@@ -401,6 +419,7 @@ bool QelRecordField::MakeSlot(const Variant& value, std::span<char16_t> out,
       if (!value.IsText()) *scratch = CStr(value);
       const TextView t = value.IsText() ? TextView(value.Get<qel::Text>()) : TextView(*scratch);
       const size_t n = std::min(t.size(), out.size());
+      RefuseLinkSeparators(t.substr(0, n), name_);
       std::copy_n(t.begin(), n, out.begin());
       std::fill(out.begin() + static_cast<ptrdiff_t>(n), out.end(), u' ');
       return true;
@@ -570,20 +589,19 @@ Variant QelRecordField::Value(int32_t index) const {
 void QelRecordField::SetValue(const Variant& value, int32_t index) {
   Guard(u"QelRecordField.ValueLet", kValueLet, [&] {
     const Segment s = ObtainSegment(index);
-    qel::Text scratch;
-    if (static_cast<int64_t>(s.start) + s.length - 1 <= data_->Length()) {
-      // MakeSlot fails, if at all, before it writes, so the slot can be written in place.
-      const auto out = data_->Writable(s.start, s.length);
-      if (!MakeSlot(value, out, &scratch)) std::fill(out.begin(), out.end(), kNullFiller);
-    } else {
-      // Past the end of the data: composed aside, so that a failure does not pad the data.
-      qel::Text buf(static_cast<size_t>(s.length), u' ');
-      const bool has_value = MakeSlot(value, buf, &scratch);
-      const auto out = data_->Writable(s.start, s.length);
-      if (has_value) {
-        std::copy(buf.begin(), buf.end(), out.begin());
+    // A list end has no data of its own: its slot is the whole list, its members' data.
+    if (type_ != qelTypeListEnd) {
+      qel::Text scratch;
+      if (static_cast<int64_t>(s.start) + s.length - 1 <= data_->Length()) {
+        // MakeSlot fails, if at all, before it writes, so the slot can be written in place.
+        const auto out = data_->Writable(s.start, s.length);
+        if (!MakeSlot(value, out, &scratch)) std::fill(out.begin(), out.end(), kEmptySlotChar);
       } else {
-        std::fill(out.begin(), out.end(), kNullFiller);
+        // Past the end of the data: composed aside, so that a failure does not pad the data.
+        qel::Text buf(static_cast<size_t>(s.length), kEmptySlotChar);
+        MakeSlot(value, buf, &scratch);
+        const auto out = data_->Writable(s.start, s.length);
+        std::copy(buf.begin(), buf.end(), out.begin());
       }
     }
     NotifyChange(index);
@@ -637,6 +655,7 @@ void QelRecordField::SetData(const Variant& value, int32_t index) {
     if (!value.IsNull()) {
       const qel::Text t = CStr(value);
       CheckLength(1, static_cast<int32_t>(std::min<size_t>(t.size(), INT32_MAX)), s.length);
+      RefuseLinkSeparators(t, name_);
     }
     data_->SetSlot(s.start, s.length, value);
     NotifyChange(index);
@@ -658,16 +677,21 @@ void QelRecordField::SetMid(int32_t start, int32_t length, const Variant& value,
   Guard(u"QelRecordField.MidLet", kMidLet, [&] {
     const Segment s = ObtainSegment(index);
     CheckLength(start, length, s.length);
+    if (!value.IsNull()) {
+      const qel::Text t = CStr(value);
+      RefuseLinkSeparators(TextView(t).substr(0, static_cast<size_t>(length)), name_);
+    }
     data_->SetSlot(s.start + start - 1, length, value);
     NotifyChange(index);
   });
 }
 
 void QelRecordField::SetFill(const Variant& value) {
-  char16_t c = kNullFiller;
+  char16_t c = kEmptySlotChar;
   if (!value.IsNull()) {
     const qel::Text t = CStr(value);
-    c = t.empty() ? u' ' : t[0];
+    c = t.empty() ? kEmptySlotChar : t[0];
+    RefuseLinkSeparators(TextView(&c, 1), name_);
   }
   for (int32_t i = 1; i <= occurrences_; ++i) {
     const Segment s = ObtainSegment(i);

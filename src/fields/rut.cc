@@ -3,6 +3,8 @@
 // business.
 #include "qel/fields/rut.h"
 
+#include <cstdint>
+
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 #include "qel/frame/number_format.h"
@@ -47,13 +49,14 @@ Scan ScanDigits(TextView t) {
 }  // namespace
 
 char16_t RutCheckChar(TextView digits) {
+  // The sum is kept modulo 11 as it goes, so that no length of input can overflow it.
   int sum = 0;
   int weight = 2;
   for (size_t i = digits.size(); i-- > 0;) {
-    sum += (digits[i] - u'0') * weight;
+    sum = (sum + (digits[i] - u'0') * weight) % 11;
     if (++weight > 7) weight = 2;
   }
-  const int r = 11 - sum % 11;
+  const int r = 11 - sum;
   if (r == 11) return u'0';
   if (r == 10) return u'K';
   return static_cast<char16_t>(u'0' + r);
@@ -107,6 +110,8 @@ Text QelValidateRUT(TextView rut_text, int32_t return_size, bool allow_unknown,
     }
     if (s.digits.empty()) Fail(u"ZeroDigits", kZeroDigits, t);
     if (pos < t.size()) Fail(u"InvalidCharacter", kInvalidCharacter, t);
+    // The result's width is a 32-bit count.
+    if (s.digits.size() >= static_cast<size_t>(INT32_MAX)) Fail(u"TooLong", kTooLong, t);
     const char16_t computed = RutCheckChar(s.digits);
     if (check != computed) {
       if (check != u'?' || !allow_unknown) Fail(u"InvalidParity", kInvalidParity, t);

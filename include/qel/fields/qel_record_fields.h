@@ -3,9 +3,9 @@
 // Assigning a signature text to Layout replaces the whole collection: its name, total length,
 // digest and fields, each placed at its start position in the record data, with the fields of
 // a repeated group repeated Dimensions times (see QelRecordField). The text is checked before
-// anything changes: every line is parsed, the groups and the total length must agree with the
-// fields, and the digest computed over the descriptor lines (LayoutDigest) must be the one the
-// text carries. A text refused for any reason raises E_INVALIDARG and leaves the collection
+// anything changes: the digest computed over the descriptor lines (LayoutDigest) must be the
+// one the text carries, every line is parsed, and the groups and the total length must agree
+// with the fields and stay within kMaxRecordLength and kMaxListOccurrences (field_types.h). A text refused for any reason raises E_INVALIDARG and leaves the collection
 // exactly as it was. A text this thread has verified before is recognised and not verified
 // again (the thread remembers its last few verified texts).
 //
@@ -57,13 +57,18 @@ class QelRecordFields final : public Object {
   //   header     := "SD:1.0:" NAME [":" time-stamp]
   //   descriptor := CODE ":" LENGTH ["." PRECISION] ":" NAME [":" DEFAULT]
   //   checksum   := "CS:" TOTAL ":" NAME ":" DIGEST
-  // Lone LF line breaks are accepted as CR LF, and one line break after the checksum line is
-  // ignored. A digest that does not match raises E_INVALIDARG with source
-  // "QelRecordFields.Layout" and "La firma no coincide con la definición de campos"; a text
-  // that cannot be read raises E_INVALIDARG with source "QelRecordFields.Layout:" followed by
-  // the failed check ("Header", "Checksum", "Line", "NoFields", "Name", "Duplicate",
-  // "MissingEnd", "MissingStart", "WrongEnd", "ListLength", "Total", or the descriptor's
-  // "QelRecordField.Initialize:..."); total lengths past 32 bits raise 6 (overflow).
+  // Lone LF line breaks are accepted as CR LF, one line break after the checksum line is
+  // ignored, and so are blanks after the digest. Checked in this order:
+  //  1. the header and checksum lines: E_INVALIDARG, source "QelRecordFields.Layout:Header",
+  //     ":Checksum" or ":NoFields" (a text that is no signature at all);
+  //  2. the digest: any mismatch between the lines and the digest (an edited or damaged line)
+  //     raises E_INVALIDARG with source "QelRecordFields.Layout" and "La firma no coincide
+  //     con la definición de campos";
+  //  3. the fields of a text whose digest matches: E_INVALIDARG with source
+  //     "QelRecordFields.Layout:" followed by "Line", "Name", "Duplicate", "MissingEnd",
+  //     "MissingStart", "WrongEnd", "ListLength", "Total" or the descriptor's
+  //     "QelRecordField.Initialize:..."; lengths or occurrences past the limits raise 6
+  //     (overflow).
   void SetLayout(TextView text);
 
   // The layout's digest, name (upper case) and total length in characters.

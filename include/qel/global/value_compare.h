@@ -17,12 +17,13 @@
 // "QelGlobal.QelCompare:QelGlobal.CmpToRut:QelStd1.CRut:InvalidParity". QelConvert of a list
 // begin or end raises E_INVALIDARG, source "QelGlobal.QelConvert", "No se puede convertir el
 // campo '%1'"; otherwise QelConvert passes the conversions' errors on untouched.
-#ifndef QEL_FIELDS_VALUE_COMPARE_H_
-#define QEL_FIELDS_VALUE_COMPARE_H_
+#ifndef QEL_GLOBAL_VALUE_COMPARE_H_
+#define QEL_GLOBAL_VALUE_COMPARE_H_
 
 #include <cstdint>
+#include <optional>
 
-#include "qel/fields/qel_global.h"
+#include "qel/global/qel_global.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/frame/decimal.h"
 #include "qel/frame/variant.h"
@@ -42,9 +43,10 @@ Variant QelConvert(const QelRecordField& field, const Variant& value,
 
 // -1, 0 or 1: `field`'s value at `index1` against `value2`, or against the value at `index2`
 // of the field `value2` holds. Both sides are converted by `field`'s type with the host number
-// style. An omitted `value2` (Empty) cannot be converted and fails with type mismatch (13).
+// style. An omitted `value2` (nullopt) cannot be converted and fails with type mismatch (13);
+// Empty is a value and converts like any other ("" for texts, 0 for numbers).
 int32_t QelCompare(const QelRecordField& field, int32_t index1 = 1,
-                   const Variant& value2 = Variant(), int32_t index2 = 1);
+                   const std::optional<Variant>& value2 = std::nullopt, int32_t index2 = 1);
 
 // A text in the host number style ("-1.234,50", blanks around allowed) or any numeric value as
 // a Decimal. Null fails (94).
@@ -56,4 +58,4 @@ int32_t CobolCompare(const Variant& value1, const Variant& value2);
 
 }  // namespace qel
 
-#endif  // QEL_FIELDS_VALUE_COMPARE_H_
+#endif  // QEL_GLOBAL_VALUE_COMPARE_H_
