@@ -279,8 +279,10 @@ class Parser {
       RaiseChained(e, u"QelRecord.EvalFormula:",
                    u"Parámetro del operador '@' no se puede convertir a texto%n%1", {});
     }
-    const qel::Text formula(Trim(CStr(context_.Formula(name))));
+    // Charged as stored: trimming a long text costs its whole length.
+    qel::Text formula = CStr(context_.Formula(name));
     budget_.Spend(static_cast<int64_t>(formula.size()));
+    formula = qel::Text(Trim(formula));
     if (formula.empty()) {
       RaiseError(E_INVALIDARG, u"QelRecord.EvalFormula", u"Fórmula '%1' no está definida",
                  {Variant(name)});
