@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "fields/qel_record_field_internal.h"
+#include "frame/char_class.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
@@ -16,6 +17,8 @@
 
 namespace qel {
 namespace {
+
+using internal::IsDigit;
 
 constexpr char16_t kValueGet[] = u"No se pudo obtener el valor del campo '%1'%n%2";
 constexpr char16_t kValueLet[] = u"No se pudo cambiar el valor del campo '%1'%n%2";
@@ -75,7 +78,6 @@ constexpr std::array<uint128, 29> MakePowersOfTen() {
 }
 constexpr std::array<uint128, 29> kPow10 = MakePowersOfTen();
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // The link text separates labels and header codes with FS (28) and GS (29); data holding
 // them would be read by the host as separators, so a field refuses them where they are

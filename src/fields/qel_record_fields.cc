@@ -19,8 +19,10 @@
 #include <string_view>
 #include <utility>
 
+#include "fields/field_name_index.h"
 #include "fields/qel_record_field_internal.h"
 #include "fields/qel_record_fields_internal.h"
+#include "frame/keyed_hash.h"
 #include "qel/fields/layout_digest.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -145,7 +147,7 @@ class VerifiedLayouts {
  private:
   struct Hash {
     using is_transparent = void;
-    size_t operator()(TextView t) const { return std::hash<TextView>()(t); }
+    size_t operator()(TextView t) const { return static_cast<size_t>(internal::KeyedHash(t)); }
   };
   std::unordered_map<Text, std::shared_ptr<const ParsedLayout>, Hash, std::equal_to<>> by_text_;
   std::deque<TextView> order_;  // views of the map's keys, which do not move
@@ -237,7 +239,7 @@ void QelRecordFieldsBuilder::PlaceFields(std::span<const TextView> descriptors,
     }
     if (type != qelTypeListEnd) {
       if (f->Name().empty()) Fail(u"Name", u"El Nombre del campo no puede ser nulo");
-      if (!index->emplace(f->Name(), i).second) {
+      if (!index->positions.emplace(f->Name(), i).second) {
         Fail(u"Duplicate", u"El campo '%1' está repetido en la firma", {Variant(f->Name())});
       }
     }
@@ -302,7 +304,7 @@ void QelRecordFieldsBuilder::IndexLists(ParsedLayout* layout) {
   for (const ListSpan& list : layout->lists) {
     auto members = std::make_shared<QelRecordFields::NameIndex>();
     for (int32_t m = list.begin + 1; m < list.end; ++m) {
-      members->emplace(fields[m]->Name(), m - list.begin - 1);
+      members->positions.emplace(fields[m]->Name(), m - list.begin - 1);
     }
     layout->list_indexes.push_back(std::move(members));
   }
@@ -352,18 +354,8 @@ void QelRecordFields::SetLayout(TextView text) {
 
 std::shared_ptr<QelRecordField> QelRecordFields::FindName(TextView name) const {
   if (!index_) return nullptr;
-  char16_t buffer[64];
-  Text long_name;
-  TextView upper;
-  if (name.size() <= std::size(buffer)) {
-    for (size_t i = 0; i < name.size(); ++i) buffer[i] = UpperChar(name[i]);
-    upper = TextView(buffer, name.size());
-  } else {
-    long_name = UCase(name);
-    upper = long_name;
-  }
-  const auto it = index_->find(upper);
-  return it == index_->end() ? nullptr : fields_[static_cast<size_t>(it->second)];
+  const auto it = index_->positions.find(name);
+  return it == index_->positions.end() ? nullptr : fields_[static_cast<size_t>(it->second)];
 }
 
 std::shared_ptr<QelRecordField> QelRecordFields::Find(const Variant& key) const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "frame/char_class.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 #include "qel/frame/number_format.h"
@@ -12,12 +13,13 @@
 namespace qel {
 namespace {
 
+using internal::IsDigit;
+
+
 constexpr char16_t kInvalidCharacter[] = u"RUT '%1' con caracter inválido";
 constexpr char16_t kZeroDigits[] = u"RUT '%1' no comienza con dígitos";
 constexpr char16_t kTooLong[] = u"RUT '%1' demasiado largo";
 constexpr char16_t kInvalidParity[] = u"RUT '%1' con dígito verificador incorrecto";
-
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 [[noreturn]] void Fail(const char16_t* source, const char16_t* tmpl, TextView rut) {
   RaiseError(E_INVALIDARG, source, tmpl, {Variant(rut)});

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "frame/char_class.h"
 #include "number_scan.h"
 #include "qel/frame/date.h"
 #include "qel/frame/error.h"
@@ -17,6 +18,7 @@
 
 namespace qel {
 
+using internal::IsLetter;
 using internal::ScannedNumber;
 using internal::ScanNumber;
 
@@ -240,10 +242,6 @@ struct DateTokens {
 
 bool IsDateSep(char16_t c, const LocaleInfo& loc) {
   return c == u'-' || c == u'/' || c == u'.' || c == loc.date_sep;
-}
-
-bool IsLetter(char16_t c) {
-  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= 0xC0 && c <= 0x24F);
 }
 
 bool TokenizeDate(TextView t, const LocaleInfo& loc, DateTokens* out) {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "frame/locale_internal.h"
+#include "frame/char_class.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
@@ -11,13 +12,6 @@ namespace {
 
 enum class TokenKind { kName = 1, kNumber = 2, kText = 3, kSymbol = 4, kEnd = 5 };
 
-bool IsLetter(char16_t c) {
-  // Letters as a locale-aware comparison between "A" and "Z" sees them: the Latin letters with
-  // or without accents, in either case.
-  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
-         (c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7);
-}
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // The value of a number token: an optional "-" and decimal digits. Raises 6 beyond the range
 // of a Decimal, as the text conversion would.

@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "qel/fields/qel_record_data.h"
@@ -33,16 +32,6 @@ namespace qel {
 class QelRecordFields final : public Object {
  public:
   using FieldList = std::vector<std::shared_ptr<QelRecordField>>;
-  // Upper-case field name -> 0-based position; looked up by view, without a copy.
-  struct NameHash {
-    using is_transparent = void;
-    size_t operator()(TextView name) const noexcept {
-      uint64_t h = 14695981039346656037u;  // FNV-1a: names are short
-      for (char16_t c : name) h = (h ^ c) * 1099511628211u;
-      return static_cast<size_t>(h);
-    }
-  };
-  using NameIndex = std::unordered_map<Text, int32_t, NameHash, std::equal_to<>>;
 
   // An empty collection with a new record data buffer of its own.
   QelRecordFields();
@@ -85,8 +74,7 @@ class QelRecordFields final : public Object {
   std::shared_ptr<QelRecordField> Item(const Variant& key) const;
   // The same, or null for an absent key.
   std::shared_ptr<QelRecordField> Find(const Variant& key) const;
-  // The field under a name in any case, or null; allocates nothing for names of up to 64
-  // characters.
+  // The field under a name in any case, or null; allocates nothing.
   std::shared_ptr<QelRecordField> FindName(TextView name) const;
   bool Exists(const Variant& key) const { return Find(key) != nullptr; }
   FieldList::const_iterator begin() const { return fields_.begin(); }
@@ -106,6 +94,7 @@ class QelRecordFields final : public Object {
 
  private:
   friend class QelRecordFieldsBuilder;
+  struct NameIndex;  // the names of the fields, by keyed hash
 
   std::shared_ptr<QelRecordData> data_;
   Text layout_;
