@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <chrono>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -246,6 +249,47 @@ TEST_F(FieldsTest, AbsurdSizesAreRefused) {
   EXPECT_EQ(at_limit.Item(u"A")->Occurrences(), kMaxListOccurrences);
   at_limit.SetLayout(Signature("G", {("X:" + max + ":A").c_str()}, kMaxRecordLength));
   EXPECT_EQ(at_limit.Length(), kMaxRecordLength);
+}
+
+// Seconds to assign a layout of one-character text fields under `names` and find each field
+// by its name in lower case.
+double LayoutAndLookups(const std::vector<std::string>& names) {
+  std::vector<std::string> lines;
+  for (const auto& n : names) lines.push_back("X:1:" + n);
+  std::vector<const char*> views;
+  for (const auto& l : lines) views.push_back(l.c_str());
+  const Text text = Signature("NOMBRES", views, static_cast<int32_t>(names.size()));
+  ForgetVerifiedLayoutsForTesting();
+  const auto start = std::chrono::steady_clock::now();
+  QelRecordFields fields;
+  fields.SetLayout(text);
+  for (const auto& n : names) {
+    std::string lower = n;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_NE(fields.FindName(T(lower.c_str())), nullptr);
+  }
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Field names come from outside: names that differ only in bit 5 of their characters (the
+// shape that defeats unkeyed hashes of case-folded text) must cost what random names cost.
+TEST(FieldNameIndex, NamesChosenToCollideCostAsMuchAsRandomOnes) {
+  constexpr int kNames = 20000;
+  std::vector<std::string> chosen, random;
+  std::mt19937 rng(7);
+  for (int i = 0; i < kNames; ++i) {
+    std::string c = "F", r = "F";
+    for (int b = 0; b < 16; ++b) {
+      c += ((i >> b) & 1) ? '`' : '@';
+      r += static_cast<char>('A' + rng() % 26);
+    }
+    chosen.push_back(c);
+    random.push_back(r + std::to_string(i));
+  }
+  const double random_seconds = LayoutAndLookups(random);
+  const double chosen_seconds = LayoutAndLookups(chosen);
+  EXPECT_LT(chosen_seconds, 4 * random_seconds + 0.05)
+      << chosen_seconds << " s against " << random_seconds << " s";
 }
 
 TEST_F(FieldsTest, VerifiedTextsAreRecognisedButNothingElse) {

@@ -94,6 +94,7 @@ class QelRecordFields final : public Object {
 
  private:
   friend class QelRecordFieldsBuilder;
+  friend struct ParsedLayout;
   struct NameIndex;  // the names of the fields, by keyed hash
 
   std::shared_ptr<QelRecordData> data_;
