@@ -1,4 +1,5 @@
 list(APPEND QEL_SOURCES
+  src/fields/field_descriptor.cc
   src/fields/layout_digest.cc
   src/fields/qel_record_data.cc
   src/fields/qel_record_field.cc
