@@ -194,7 +194,7 @@ int32_t QelRecordField::MaxTextLength() const {
 // The replacing re-raise of the accessors. Written out rather than through Replacing() so that
 // the name is only copied into an argument when something failed.
 template <class F>
-decltype(auto) QelRecordField::Guard(const char16_t* source, const char16_t* tmpl,
+decltype(auto) QelRecordField::Reraising(const char16_t* source, const char16_t* tmpl,
                                      F&& body) const {
   try {
     return body();
@@ -424,7 +424,7 @@ Variant QelRecordField::ReadSlot(TextView slot) const {
 // ---- Accessors ------------------------------------------------------------------------------
 
 Variant QelRecordField::Value(int32_t index) const {
-  return Guard(u"QelRecordField.ValueGet", kValueGet, [&] {
+  return Reraising(u"QelRecordField.ValueGet", kValueGet, [&] {
     const Segment s = ObtainSegment(index);
     qel::Text scratch;
     return ReadSlot(data_->View(s.start, s.length, &scratch));
@@ -432,7 +432,7 @@ Variant QelRecordField::Value(int32_t index) const {
 }
 
 void QelRecordField::SetValue(const Variant& value, int32_t index) {
-  Guard(u"QelRecordField.ValueLet", kValueLet, [&] {
+  Reraising(u"QelRecordField.ValueLet", kValueLet, [&] {
     const Segment s = ObtainSegment(index);
     // A list end has no data of its own: its slot is the whole list, its members' data.
     if (type_ != qelTypeListEnd) {
@@ -454,7 +454,7 @@ void QelRecordField::SetValue(const Variant& value, int32_t index) {
 }
 
 qel::Text QelRecordField::Text(int32_t index) const {
-  return Guard(u"QelRecordField.TextGet", kTextGet, [&]() -> qel::Text {
+  return Reraising(u"QelRecordField.TextGet", kTextGet, [&]() -> qel::Text {
     const Segment s = ObtainSegment(index);
     qel::Text scratch;
     const TextView slot = data_->View(s.start, s.length, &scratch);
@@ -488,14 +488,14 @@ qel::Text QelRecordField::Text(int32_t index) const {
 }
 
 Variant QelRecordField::Data(int32_t index) const {
-  return Guard(u"QelRecordField.DataGet", kDataGet, [&] {
+  return Reraising(u"QelRecordField.DataGet", kDataGet, [&] {
     const Segment s = ObtainSegment(index);
     return data_->Slot(s.start, s.length);
   });
 }
 
 void QelRecordField::SetData(const Variant& value, int32_t index) {
-  Guard(u"QelRecordField.DataLet", kDataLet, [&] {
+  Reraising(u"QelRecordField.DataLet", kDataLet, [&] {
     const Segment s = ObtainSegment(index);
     if (!value.IsNull()) {
       const qel::Text t = CStr(value);
@@ -508,7 +508,7 @@ void QelRecordField::SetData(const Variant& value, int32_t index) {
 }
 
 qel::Text QelRecordField::Mid(int32_t start, int32_t length, int32_t index) const {
-  return Guard(u"QelRecordField.MidGet", kMidGet, [&] {
+  return Reraising(u"QelRecordField.MidGet", kMidGet, [&] {
     const Segment s = ObtainSegment(index);
     CheckLength(start, length, s.length);
     qel::Text scratch;
@@ -519,7 +519,7 @@ qel::Text QelRecordField::Mid(int32_t start, int32_t length, int32_t index) cons
 
 void QelRecordField::SetMid(int32_t start, int32_t length, const Variant& value,
                             int32_t index) {
-  Guard(u"QelRecordField.MidLet", kMidLet, [&] {
+  Reraising(u"QelRecordField.MidLet", kMidLet, [&] {
     const Segment s = ObtainSegment(index);
     CheckLength(start, length, s.length);
     if (!value.IsNull()) {

@@ -224,6 +224,11 @@ TEST_F(FieldTest, NullAndListEndWritesKeepTheListsData) {
   member->SetValue(Variant::Null(), 1);
   EXPECT_EQ(Data(), "   def");
   EXPECT_EQ(Show(member->Value(2)), "def");
+  // A member's Fill covers every occurrence; the empty text fills blanks.
+  member->SetFill(u"zed");
+  EXPECT_EQ(Data(), "zzzzzz");
+  member->SetFill(u"");
+  EXPECT_EQ(Data(), "      ");
 }
 
 // FS (28) and GS (29) separate the parts of the link text: no write may put them in a slot.

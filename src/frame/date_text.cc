@@ -173,8 +173,8 @@ bool ParseShortDate(TextView t, const LocaleInfo& loc, std::optional<Date>* out)
 }  // namespace
 
 std::optional<Date> ParseDate(TextView text, const LocaleInfo& loc) {
-  std::optional<Date> quick;
-  if (ParseShortDate(text, loc, &quick)) return quick;
+  std::optional<Date> short_form;
+  if (ParseShortDate(text, loc, &short_form)) return short_form;
   DateTokens tok;
   if (!TokenizeDate(text, loc, &tok) || tok.size() == 0) return std::nullopt;
   // The time part starts at the number before the first ":" (or before an AM/PM word).

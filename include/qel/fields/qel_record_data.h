@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <span>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
@@ -34,8 +35,8 @@ inline constexpr char16_t kNullFiller = 26;
 
 // The sign encoding new record data buffers start with on this thread (see SignANSI).
 // Initially false. Also reachable as the global object's QelDefaultSignANSI.
-bool QelDefaultSignANSI();
-void SetQelDefaultSignANSI(bool value);
+QEL_EXPORT bool QelDefaultSignANSI();
+QEL_EXPORT void SetQelDefaultSignANSI(bool value);
 
 class QelRecordData final : public Object {
  public:

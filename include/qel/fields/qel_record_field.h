@@ -177,7 +177,7 @@ class QelRecordField final : public Object {
   Variant ReadRut(qel::TextView slot) const;
   Decimal ToNumber(const Variant& value) const;
   template <class F>
-  decltype(auto) Guard(const char16_t* source, const char16_t* tmpl, F&& body) const;
+  decltype(auto) Reraising(const char16_t* source, const char16_t* tmpl, F&& body) const;
 
   // Definition (see QelRecordFieldInternal::Initialize).
   qel::Text name_;

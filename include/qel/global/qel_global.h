@@ -19,6 +19,7 @@
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/decimal.h"
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 #include "qel/util/file_utils.h"
 #include "qel/util/qel_language.h"
@@ -28,7 +29,7 @@ namespace qel {
 
 class QelRecordField;
 
-class QelGlobal final : public Object {
+class QEL_EXPORT QelGlobal final : public Object {
  public:
   // The calling thread's global object.
   static std::shared_ptr<QelGlobal> Instance();
