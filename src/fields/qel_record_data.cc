@@ -1,8 +1,8 @@
 #include "qel/fields/qel_record_data.h"
 
 #include <algorithm>
-#include <limits>
 
+#include "qel/fields/field_types.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
@@ -11,9 +11,10 @@ namespace {
 
 thread_local bool t_default_sign_ansi = false;
 
+// Slots lie within the largest record a layout may describe, so that no range asks for more
+// than that to be allocated.
 void CheckRange(int32_t start, int32_t length) {
-  if (start < 1 || length < 0 ||
-      static_cast<int64_t>(start) + length - 1 > std::numeric_limits<int32_t>::max()) {
+  if (start < 1 || length < 0 || static_cast<int64_t>(start) + length - 1 > kMaxRecordLength) {
     RaiseError(E_INVALIDARG, u"QelRecordData.Slot",
                u"El rango de %2 caracteres desde la posición %1 es inválido",
                {Variant(start), Variant(length)});

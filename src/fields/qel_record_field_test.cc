@@ -260,6 +260,29 @@ TEST_F(FieldTest, LinkSeparatorsAreRefusedWhereverTextIsWritten) {
   EXPECT_EQ(Data(), "aeep  ");
 }
 
+// Positions, lengths and indexes at the ends of the 32-bit range fail cleanly (no overflow).
+TEST_F(FieldTest, IntegerExtremesAreRefusedCleanly) {
+  data_->SetData(u"abcdef");
+  auto f = Field("X:6:T");
+  constexpr int32_t kMax = 2147483647, kMin = -2147483647 - 1;
+  const std::function<void()> refused[] = {
+      [&] { f->Mid(kMax, kMax); },           [&] { f->Mid(kMax, 1); },
+      [&] { f->Mid(2, kMax); },              [&] { f->Mid(kMin, 1); },
+      [&] { f->Mid(1, kMin); },              [&] { f->SetMid(kMax, kMax, u"x"); },
+      [&] { f->SetMid(3, kMax, u"x"); },     [&] { f->Value(kMax); },
+      [&] { f->Value(kMin); },               [&] { f->SetValue(u"x", kMax); },
+      [&] { f->Data(kMin); },                [&] { Field("X:2147483647:T"); },
+      [&] { Field("N:2147483647.2147483647:N"); },
+      [&] { Field("LB:2147483647.2147483647:L"); },
+  };
+  for (const auto& r : refused) {
+    const Error e = testing::Catch(r);
+    EXPECT_TRUE(e.Number() == E_INVALIDARG || e.Number() == kErrOverflow) << e.Number();
+  }
+  EXPECT_EQ(Data(), "abcdef");
+  EXPECT_EQ(Field("R:9.1:R")->MaxTextLength(), 12);
+}
+
 TEST_F(FieldTest, FailedWritesLeaveTheDataAlone) {
   data_->SetData(u"12345");
   auto f = Field("N:5:N");

@@ -61,7 +61,7 @@ class QelRecordData final : public Object {
 
   // The slot's text, blank-padded past the end of the data, or Null when every character of a
   // non-empty slot is the null filler. Raises E_INVALIDARG (source "QelRecordData.Slot") when
-  // start < 1, length < 0 or the slot would end past the largest position.
+  // start < 1, length < 0 or the slot would end past kMaxRecordLength (field_types.h).
   Variant Slot(int32_t start, int32_t length) const;
   // Writes a slot: Null fills it with blanks; any other value's text is left-aligned, padded
   // with blanks and cut to `length`. Same range checks as Slot.
