@@ -165,12 +165,16 @@ class Collation {
   locale_t loc_ = static_cast<locale_t>(0);
 };
 
-// A folded text as UTF-8 for strcoll_l; U+0000, which would end the C string, is left out
-// (texts that differ only there are told apart by the code-unit tie-break).
-std::string FoldedUtf8(TextView text, Text* folded) {
+// A text folded with UpperChar into `folded`.
+void Fold(TextView text, Text* folded) {
   folded->resize(text.size());
   for (size_t i = 0; i < text.size(); ++i) (*folded)[i] = UpperChar(text[i]);
-  std::string out = ToUtf8(*folded);
+}
+
+// A folded text as UTF-8 for strcoll_l; U+0000, which would end the C string, is left out
+// (texts that differ only there are told apart by the code-unit tie-break).
+std::string CollationKey(const Text& folded) {
+  std::string out = ToUtf8(folded);
   std::erase(out, '\0');
   return out;
 }
@@ -185,9 +189,17 @@ uint64_t ThreadLocaleSerial() {
 }
 
 int CollateNoCase(TextView a, TextView b) {
+  // The empty text sorts first and texts equal once folded are equal under every collation
+  // (the tie-break below makes it so); neither needs the collation.
+  if (a.empty() || b.empty()) return a.empty() ? (b.empty() ? 0 : -1) : 1;
+  thread_local Text t_fa, t_fb;
+  Fold(a, &t_fa);
+  Fold(b, &t_fb);
+  const Text& fa = t_fa;
+  const Text& fb = t_fb;
+  if (fa == fb) return 0;
   thread_local Collation t_collation;
-  Text fa, fb;
-  const std::string ua = FoldedUtf8(a, &fa), ub = FoldedUtf8(b, &fb);
+  const std::string ua = CollationKey(fa), ub = CollationKey(fb);
   const locale_t loc = t_collation.For(ThreadLocale().name);
   int c = loc ? strcoll_l(ua.c_str(), ub.c_str(), loc) : std::strcmp(ua.c_str(), ub.c_str());
   if (c == 0) c = fa.compare(fb);
