@@ -561,7 +561,11 @@ bool QelRecordField::Validate(const Variant& value, int32_t index) const {
       case qelTypeList:
       case qelTypeText:
       case qelTypeAlpha:
-        return CStr(value).size() <= static_cast<size_t>(s.length);
+      {
+        const qel::Text t = CStr(value);
+        return t.size() <= static_cast<size_t>(s.length) &&
+               t.find_first_of(TextView(kLinkSeparators, 2)) == qel::Text::npos;
+      }
       case qelTypeNumeric:
       case qelTypeSigned: {
         const Decimal n = ToNumber(value);

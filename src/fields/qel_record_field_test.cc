@@ -366,6 +366,8 @@ TEST_F(FieldTest, FillAndIsNull) {
 }
 
 TEST_F(FieldTest, ValidateAnswersWhetherAWriteWouldKeepTheValue) {
+  EXPECT_FALSE(Field("X:5:T")->Validate(u"a\x1d"));
+  EXPECT_TRUE(Field("X:5:T")->Validate(u"a\x1a"));
   auto n = Field("N:5.2:N");
   EXPECT_TRUE(n->Validate(123.456));
   EXPECT_FALSE(n->Validate(1000));

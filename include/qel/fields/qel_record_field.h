@@ -133,7 +133,7 @@ class QelRecordField final : public Object {
   // date slot of zeros. Raises the ObtainSegment error for an index out of range.
   bool IsNull(int32_t index = 1) const;
   // True when SetValue(value, index) would succeed and store the value without loss: a text
-  // that fits, a number whose integer digits fit (and that is not negative in a numeric
+  // that fits and holds no FS or GS, a number whose integer digits fit (and that is not negative in a numeric
   // field; fraction digits beyond Precision are truncated by design and allowed), a date,
   // a RUT with a right check character and not too many digits, Null for every type. False
   // for a list end unless Null, and for an index out of range. Never raises.
