@@ -51,14 +51,15 @@ Scan ScanDigits(TextView t) {
 }  // namespace
 
 char16_t RutCheckChar(TextView digits) {
-  // The sum is kept modulo 11 as it goes, so that no length of input can overflow it.
-  int sum = 0;
-  int weight = 2;
+  // Each digit adds at most 63: a 64-bit sum would need 2^58 digits to overflow, more than
+  // any text can hold.
+  uint64_t sum = 0;
+  unsigned weight = 2;
   for (size_t i = digits.size(); i-- > 0;) {
-    sum = (sum + (digits[i] - u'0') * weight) % 11;
+    sum += static_cast<unsigned>(digits[i] - u'0') * weight;
     if (++weight > 7) weight = 2;
   }
-  const int r = 11 - sum;
+  const int r = 11 - static_cast<int>(sum % 11);
   if (r == 11) return u'0';
   if (r == 10) return u'K';
   return static_cast<char16_t>(u'0' + r);

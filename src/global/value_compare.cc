@@ -109,14 +109,17 @@ Variant QelGlobal::Convert(const QelRecordField& field, const Variant* value,
 int32_t QelGlobal::QelCompare(const QelRecordField& field, int32_t index1,
                               const std::optional<Variant>& value2, int32_t index2) const {
   try {
-    std::optional<Variant> other = value2;
-    if (value2) {
-      if (auto* other_field = dynamic_cast<const QelRecordField*>(value2->AsObject().get())) {
-        other = other_field->Value(index2);
+    // The second value as given (not copied), or the value of the field it holds.
+    const Variant* other = value2 ? &*value2 : nullptr;
+    Variant other_field_value;
+    if (other != nullptr && other->IsObject()) {
+      if (auto* other_field = dynamic_cast<const QelRecordField*>(other->AsObject().get())) {
+        other_field_value = other_field->Value(index2);
+        other = &other_field_value;
       }
     }
     const Variant first = QelConvert(field, field.Value(index1), true);
-    const Variant second = Convert(field, other ? &*other : nullptr, true);
+    const Variant second = Convert(field, other, true);
     if (first.IsNull() || second.IsNull()) {
       return first.IsNull() == second.IsNull() ? 0 : (first.IsNull() ? -1 : 1);
     }
