@@ -9,9 +9,9 @@
 #include <benchmark/benchmark.h>
 
 #include "fields/qel_record_field_internal.h"
-#include "qel/fields/value_compare.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/locale.h"
+#include "qel/global/value_compare.h"
 
 namespace {
 

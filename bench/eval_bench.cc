@@ -5,6 +5,8 @@
 //   Simple       "AMOUNT > 0 AND $Trim(NAME) <> ''"
 //   FiveClauses  a condition of five clauses with $IIf and a list occurrence
 //   Formulas     "@A", where A refers to B and B to C (three formulas deep)
+//   TextOrder    "$Trim(NAME) > 'Cafe' AND CODE < 'b'", texts ordered by the locale's
+//                collation
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -74,6 +76,9 @@ void BM_Formulas(benchmark::State& state) {
   Run(state, u"@A", formulas);
 }
 BENCHMARK(BM_Formulas);
+
+void BM_TextOrder(benchmark::State& state) { Run(state, u"$Trim(NAME) > 'Cafe' AND CODE < 'b'"); }
+BENCHMARK(BM_TextOrder);
 
 }  // namespace
 

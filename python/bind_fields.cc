@@ -4,8 +4,9 @@
 #include "bindings.h"
 #include "qel/fields/field_types.h"
 #include "qel/fields/rut.h"
-#include "qel/fields/value_compare.h"
 #include "qel/frame/convert.h"
+#include "qel/global/qel_global.h"
+#include "qel/global/value_compare.h"
 
 namespace qel::python {
 namespace {
@@ -75,7 +76,7 @@ void BindQelGlobal(PyClass<QelGlobal>& c) {
       .def(
           "QelCompare",
           [](const QelGlobal& g, const QelRecordField& f, int32_t i1, const OptionalVariant& v2,
-             int32_t i2) { return g.QelCompare(f, i1, v2.OrEmpty(), i2); },
+             int32_t i2) { return g.QelCompare(f, i1, v2.value, i2); },
           py::arg("Field"), py::arg("Index1") = 1, py::arg("Value2") = OmittedType{},
           py::arg("Index2") = 1,
           "Compares occurrence Index1 of Field with Value2 (a value or a field, occurrence "
@@ -128,7 +129,7 @@ void BindGlobalFunctions(py::module_& m) {
   m.def(
       "QelCompare",
       [](const QelRecordField& f, int32_t i1, const OptionalVariant& v2, int32_t i2) {
-        return QelCompare(f, i1, v2.OrEmpty(), i2);
+        return QelCompare(f, i1, v2.value, i2);
       },
       py::arg("Field"), py::arg("Index1") = 1, py::arg("Value2") = OmittedType{},
       py::arg("Index2") = 1, "QelGlobal.QelCompare without the object.");

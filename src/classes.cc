@@ -1,11 +1,11 @@
 // The creatable classes by name. Each subsystem adds its classes to kClasses.
 #include <memory>
 
-#include "qel/fields/qel_global.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
+#include "qel/global/qel_global.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"

@@ -4,7 +4,6 @@
 
 #include "qel/fields/field_types.h"
 #include "qel/fields/layout_digest.h"
-#include "qel/fields/qel_global.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"
@@ -21,6 +20,8 @@
 #include "qel/frame/text.h"
 #include "qel/frame/url_encode.h"
 #include "qel/frame/variant.h"
+#include "qel/global/qel_global.h"
+#include "qel/global/value_compare.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"

@@ -1,18 +1,20 @@
 #include "qel/fields/qel_record_data.h"
 
 #include <algorithm>
-#include <limits>
 
-#include "qel/fields/qel_global.h"
+#include "qel/fields/field_types.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
 namespace qel {
 namespace {
 
+thread_local bool t_default_sign_ansi = false;
+
+// Slots lie within the largest record a layout may describe, so that no range asks for more
+// than that to be allocated.
 void CheckRange(int32_t start, int32_t length) {
-  if (start < 1 || length < 0 ||
-      static_cast<int64_t>(start) + length - 1 > std::numeric_limits<int32_t>::max()) {
+  if (start < 1 || length < 0 || static_cast<int64_t>(start) + length - 1 > kMaxRecordLength) {
     RaiseError(E_INVALIDARG, u"QelRecordData.Slot",
                u"El rango de %2 caracteres desde la posición %1 es inválido",
                {Variant(start), Variant(length)});
@@ -20,6 +22,9 @@ void CheckRange(int32_t start, int32_t length) {
 }
 
 }  // namespace
+
+bool QelDefaultSignANSI() { return t_default_sign_ansi; }
+void SetQelDefaultSignANSI(bool value) { t_default_sign_ansi = value; }
 
 bool IsNullSlotSlow(TextView slot) {
   return std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
@@ -55,7 +60,7 @@ void QelRecordData::SetSlot(int32_t start, int32_t length, const Variant& text) 
   CheckRange(start, length);
   if (text.IsNull()) {
     auto out = Writable(start, length);
-    std::fill(out.begin(), out.end(), kNullFiller);
+    std::fill(out.begin(), out.end(), kEmptySlotChar);
     return;
   }
   const Text t = LeftJustify(CStr(text), u" ", length);  // converted before anything changes

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/testing.h"
-#include "qel/fields/qel_global.h"
+#include "qel/fields/field_types.h"
 
 namespace qel {
 namespace {
@@ -24,9 +24,12 @@ TEST(QelRecordData, SlotsPastTheEndReadBlankAndWritePadded) {
   EXPECT_EQ(d.Data(), u"12   xyz");
 }
 
-TEST(QelRecordData, NullSlotsHoldTheFiller) {
+TEST(QelRecordData, NullWrittenLeavesBlanksAndTheOldFillerStillReadsNull) {
   QelRecordData d;
+  d.SetData(u"abcd");
   d.SetSlot(2, 2, Variant::Null());
+  EXPECT_EQ(d.Data(), u"a  d");
+  d.SetData(u"a\x1a\x1a");
   EXPECT_TRUE(d.Slot(2, 2).IsNull());
   EXPECT_FALSE(d.Slot(1, 2).IsNull()) << "a slot partly filled is not null";
 }
@@ -52,7 +55,19 @@ TEST(QelRecordData, BadRangesAreRefused) {
   EXPECT_EQ(ErrorOf([&] { d.SetSlot(2147483647, 2, u"x"); }),
             "-2147024809|QelRecordData.Slot|El rango de 2 caracteres desde la posición 2147483647 "
             "es inválido");
+  // Ranges no record reaches are refused before anything is allocated for them.
+  const std::pair<int32_t, int32_t> beyond[] = {
+      {2147483647, 1}, {1, 2147483647}, {-2147483647 - 1, 1}, {kMaxRecordLength, 2},
+      {1, kMaxRecordLength + 1},
+  };
+  for (const auto& range : beyond) {
+    const int32_t start = range.first, length = range.second;
+    EXPECT_EQ(testing::Catch([&] { d.SetSlot(start, length, u"x"); }).Number(), E_INVALIDARG);
+    EXPECT_EQ(testing::Catch([&] { d.Slot(start, length); }).Number(), E_INVALIDARG);
+  }
   EXPECT_EQ(d.Length(), 0);
+  d.SetSlot(kMaxRecordLength, 1, u"x");
+  EXPECT_EQ(d.Length(), kMaxRecordLength);
 }
 
 TEST(QelRecordData, SignEncodingStartsFromTheThreadDefault) {

@@ -1,4 +1,5 @@
-// A field's definition comes from one descriptor line. A value is converted completely before
+// Values in slots: how each type is written into its fixed-width slot and read back (the
+// definition comes from field_descriptor.cc). A value is converted completely before
 // any character of its slot is written, and a slot past the end of the data is composed aside
 // before the data grows to hold it, so a failed write leaves the data as it was.
 #include "qel/fields/qel_record_field.h"
@@ -8,6 +9,7 @@
 #include <limits>
 
 #include "fields/qel_record_field_internal.h"
+#include "frame/char_class.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
@@ -17,6 +19,8 @@
 namespace qel {
 namespace {
 
+using internal::IsDigit;
+
 constexpr char16_t kValueGet[] = u"No se pudo obtener el valor del campo '%1'%n%2";
 constexpr char16_t kValueLet[] = u"No se pudo cambiar el valor del campo '%1'%n%2";
 constexpr char16_t kTextGet[] = u"No se pudo obtener el texto del campo '%1'%n%2";
@@ -24,48 +28,6 @@ constexpr char16_t kDataGet[] = u"No se pudo obtener la data del campo '%1'%n%2"
 constexpr char16_t kDataLet[] = u"No se pudo cambiar la data del campo '%1'%n%2";
 constexpr char16_t kMidGet[] = u"No se pudo obtener el rango del campo '%1'%n%2";
 constexpr char16_t kMidLet[] = u"No se pudo cambiar el rango del campo '%1'%n%2";
-
-struct TypeCode {
-  const char16_t* code;
-  int32_t type;
-};
-constexpr TypeCode kTypeCodes[] = {
-    {u"LB", qelTypeList},
-    {u"X", qelTypeText},
-    {u"N", qelTypeNumeric},
-    {u"S", qelTypeSigned},
-    {u"D", qelTypeDate},
-    {u"R", qelTypeRut},
-    {u"A", qelTypeAlpha},
-    {u"LE", qelTypeListEnd},
-    {u"SD", QelRecordFieldInternal::kTypeHeader},
-    {u"CS", QelRecordFieldInternal::kTypeChecksum},
-};
-
-int32_t TypeOfCode(TextView code) {
-  for (const auto& c : kTypeCodes) {
-    if (code == c.code) return c.type;
-  }
-  return 0;
-}
-
-// The earliest date, 1 January 100, in a form the date conversion reads under every locale
-// (a four-digit first part is always the year).
-constexpr char16_t kEarliestDateText[] = u"0100-01-01";
-
-const char16_t* TypeDefault(int32_t type) {
-  switch (type) {
-    case qelTypeNumeric:
-    case qelTypeSigned:
-      return u"0";
-    case qelTypeRut:
-      return u"0-0";
-    case qelTypeDate:
-      return kEarliestDateText;
-    default:
-      return u"";
-  }
-}
 
 constexpr std::array<uint128, 29> MakePowersOfTen() {
   std::array<uint128, 29> p{};
@@ -75,7 +37,22 @@ constexpr std::array<uint128, 29> MakePowersOfTen() {
 }
 constexpr std::array<uint128, 29> kPow10 = MakePowersOfTen();
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
+// The link text separates labels and header codes with FS (28) and GS (29); data holding
+// them would be read by the host as separators, so a field refuses them where they are
+// written.
+constexpr char16_t kLinkSeparators[] = {28, 29};
+
+void RefuseLinkSeparators(TextView text, TextView field_name) {
+  for (const char16_t c : text) {
+    if (c == kLinkSeparators[0] || c == kLinkSeparators[1]) {
+      RaiseError(E_INVALIDARG, u"LinkSeparator",
+                 u"El valor del campo '%1' contiene el carácter %2, que separa las partes del "
+                 u"registro",
+                 {Variant(field_name), Variant(static_cast<int32_t>(c))});
+    }
+  }
+}
 
 bool AllOf(TextView t, char16_t c) {
   return std::all_of(t.begin(), t.end(), [c](char16_t x) { return x == c; });
@@ -159,120 +136,6 @@ int FullYear(int yy) { return yy < 30 ? 2000 + yy : 1900 + yy; }
 
 }  // namespace
 
-TextView FieldTypeCode(int32_t type) {
-  if (type < qelTypeList || type > qelTypeListEnd) return {};
-  return kTypeCodes[type - 1].code;
-}
-
-// ---- Definition -----------------------------------------------------------------------------
-
-std::shared_ptr<QelRecordField> QelRecordFieldInternal::Make(
-    TextView descriptor, std::shared_ptr<QelRecordData> data) {
-  auto field = std::make_shared<QelRecordField>(QelRecordField::Key(), std::move(data));
-  Initialize(*field, descriptor);
-  return field;
-}
-
-std::shared_ptr<QelRecordField> QelRecordFieldInternal::Clone(
-    const QelRecordField& p, std::shared_ptr<QelRecordData> data) {
-  auto f = std::make_shared<QelRecordField>(QelRecordField::Key(), std::move(data));
-  f->name_ = p.name_;
-  f->type_ = p.type_;
-  f->length_ = p.length_;
-  f->precision_ = p.precision_;
-  f->dimensions_ = p.dimensions_;
-  f->format_ = p.format_;
-  f->default_ = p.default_;
-  f->scale_ = p.scale_;
-  Place(*f, p.start_, p.slot_length_, p.occurrences_, p.stride_, p.in_list_);
-  return f;
-}
-
-void QelRecordFieldInternal::Initialize(QelRecordField& f, TextView descriptor) {
-  try {
-    TextView rest = descriptor;
-    size_t p = rest.find(u':');
-    const Text code = UCase(rest.substr(0, p));
-    f.type_ = TypeOfCode(code);
-    if (f.type_ == 0) {
-      RaiseError(E_INVALIDARG, u"DataType", u"El tipo de campo '%1' es desconocido",
-                 {Variant(code)});
-    }
-    f.default_ = TypeDefault(f.type_);
-    rest = p == TextView::npos ? TextView() : rest.substr(p + 1);
-
-    p = rest.find(u':');
-    const TextView size = rest.substr(0, p);
-    rest = p == TextView::npos ? TextView() : rest.substr(p + 1);
-    const size_t dot = size.find(u'.');
-    f.length_ = ToLongOr(Variant(size.substr(0, dot)), -1);
-    f.precision_ = dot == TextView::npos ? 0 : ToLongOr(Variant(size.substr(dot + 1)), -1);
-
-    p = rest.find(u':');
-    f.name_ = UCase(rest.substr(0, p));
-    if (p != TextView::npos) f.default_ = Text(rest.substr(p + 1));
-
-    if (f.length_ <= 0) {
-      RaiseError(E_INVALIDARG, u"Length", u"El Largo de un campo debe ser mayor que cero");
-    }
-    if (f.precision_ < 0) {
-      RaiseError(E_INVALIDARG, u"Precision", u"La Precisión de un campo no debe ser negativa");
-    }
-    f.slot_length_ = f.length_;
-    switch (f.type_) {
-      case qelTypeList:
-        if (f.precision_ < 1) {
-          f.dimensions_ = f.length_;
-          f.length_ = 0;
-        } else {
-          f.dimensions_ = f.precision_;
-          f.precision_ = 0;
-        }
-        Place(f, 1, f.length_ / f.dimensions_, f.dimensions_, f.length_ / f.dimensions_, false);
-        break;
-      case qelTypeText:
-      case qelTypeAlpha:
-        if (f.precision_ > 0) {
-          RaiseError(E_INVALIDARG, u"TextPrecision", u"La Precisión de un Texto debe ser cero");
-        }
-        break;
-      case qelTypeNumeric:
-      case qelTypeSigned: {
-        // A scale past Decimal's 28 places does not exist; refused before the pattern is
-        // built, which would otherwise take one character per decimal.
-        if (f.precision_ >= static_cast<int32_t>(kPow10.size())) RaiseRuntime(kErrOverflow);
-        f.format_ = u"#,##0";
-        if (f.precision_ > 0) f.format_ += u"." + Text(static_cast<size_t>(f.precision_), u'0');
-        f.scale_ = Decimal::FromParts(kPow10[static_cast<size_t>(f.precision_)], 0, false);
-        break;
-      }
-      case qelTypeDate:
-        if (f.length_ != 4 && f.length_ != 6 && f.length_ != 8) {
-          RaiseError(E_INVALIDARG, u"DateLength", u"El Largo de una Fecha debe ser 4,6,8");
-        }
-        f.format_ = u"dd-mm-yyyy";
-        if (f.precision_ > 0) {
-          RaiseError(E_INVALIDARG, u"DatePrecision", u"La Precisión de una Fecha debe ser cero");
-        }
-        break;
-      case qelTypeRut:
-        f.format_ = u"#,##0";
-        if (f.length_ <= 1) {
-          RaiseError(E_INVALIDARG, u"RutLength", u"El Largo de un RUT debe ser mayor que 1");
-        }
-        if (f.precision_ != 1) {
-          RaiseError(E_INVALIDARG, u"RutPrecision", u"La Precisión de un RUT debe ser 1");
-        }
-        break;
-      default:
-        break;
-    }
-  } catch (const Error& e) {
-    RaiseChained(e, u"QelRecordField.Initialize:", u"El descriptor de campo '%1' es inválido%n%2",
-                 {Variant(descriptor)});
-  }
-}
-
 QelRecordField::QelRecordField(Key, std::shared_ptr<QelRecordData> data)
     : data_(std::move(data)) {}
 
@@ -331,7 +194,7 @@ int32_t QelRecordField::MaxTextLength() const {
 // The replacing re-raise of the accessors. Written out rather than through Replacing() so that
 // the name is only copied into an argument when something failed.
 template <class F>
-decltype(auto) QelRecordField::Guard(const char16_t* source, const char16_t* tmpl,
+decltype(auto) QelRecordField::Reraising(const char16_t* source, const char16_t* tmpl,
                                      F&& body) const {
   try {
     return body();
@@ -401,6 +264,7 @@ bool QelRecordField::MakeSlot(const Variant& value, std::span<char16_t> out,
       if (!value.IsText()) *scratch = CStr(value);
       const TextView t = value.IsText() ? TextView(value.Get<qel::Text>()) : TextView(*scratch);
       const size_t n = std::min(t.size(), out.size());
+      RefuseLinkSeparators(t.substr(0, n), name_);
       std::copy_n(t.begin(), n, out.begin());
       std::fill(out.begin() + static_cast<ptrdiff_t>(n), out.end(), u' ');
       return true;
@@ -560,7 +424,7 @@ Variant QelRecordField::ReadSlot(TextView slot) const {
 // ---- Accessors ------------------------------------------------------------------------------
 
 Variant QelRecordField::Value(int32_t index) const {
-  return Guard(u"QelRecordField.ValueGet", kValueGet, [&] {
+  return Reraising(u"QelRecordField.ValueGet", kValueGet, [&] {
     const Segment s = ObtainSegment(index);
     qel::Text scratch;
     return ReadSlot(data_->View(s.start, s.length, &scratch));
@@ -568,22 +432,21 @@ Variant QelRecordField::Value(int32_t index) const {
 }
 
 void QelRecordField::SetValue(const Variant& value, int32_t index) {
-  Guard(u"QelRecordField.ValueLet", kValueLet, [&] {
+  Reraising(u"QelRecordField.ValueLet", kValueLet, [&] {
     const Segment s = ObtainSegment(index);
-    qel::Text scratch;
-    if (static_cast<int64_t>(s.start) + s.length - 1 <= data_->Length()) {
-      // MakeSlot fails, if at all, before it writes, so the slot can be written in place.
-      const auto out = data_->Writable(s.start, s.length);
-      if (!MakeSlot(value, out, &scratch)) std::fill(out.begin(), out.end(), kNullFiller);
-    } else {
-      // Past the end of the data: composed aside, so that a failure does not pad the data.
-      qel::Text buf(static_cast<size_t>(s.length), u' ');
-      const bool has_value = MakeSlot(value, buf, &scratch);
-      const auto out = data_->Writable(s.start, s.length);
-      if (has_value) {
-        std::copy(buf.begin(), buf.end(), out.begin());
+    // A list end has no data of its own: its slot is the whole list, its members' data.
+    if (type_ != qelTypeListEnd) {
+      qel::Text scratch;
+      if (static_cast<int64_t>(s.start) + s.length - 1 <= data_->Length()) {
+        // MakeSlot fails, if at all, before it writes, so the slot can be written in place.
+        const auto out = data_->Writable(s.start, s.length);
+        if (!MakeSlot(value, out, &scratch)) std::fill(out.begin(), out.end(), kEmptySlotChar);
       } else {
-        std::fill(out.begin(), out.end(), kNullFiller);
+        // Past the end of the data: composed aside, so that a failure does not pad the data.
+        qel::Text buf(static_cast<size_t>(s.length), kEmptySlotChar);
+        MakeSlot(value, buf, &scratch);
+        const auto out = data_->Writable(s.start, s.length);
+        std::copy(buf.begin(), buf.end(), out.begin());
       }
     }
     NotifyChange(index);
@@ -591,7 +454,7 @@ void QelRecordField::SetValue(const Variant& value, int32_t index) {
 }
 
 qel::Text QelRecordField::Text(int32_t index) const {
-  return Guard(u"QelRecordField.TextGet", kTextGet, [&]() -> qel::Text {
+  return Reraising(u"QelRecordField.TextGet", kTextGet, [&]() -> qel::Text {
     const Segment s = ObtainSegment(index);
     qel::Text scratch;
     const TextView slot = data_->View(s.start, s.length, &scratch);
@@ -625,18 +488,19 @@ qel::Text QelRecordField::Text(int32_t index) const {
 }
 
 Variant QelRecordField::Data(int32_t index) const {
-  return Guard(u"QelRecordField.DataGet", kDataGet, [&] {
+  return Reraising(u"QelRecordField.DataGet", kDataGet, [&] {
     const Segment s = ObtainSegment(index);
     return data_->Slot(s.start, s.length);
   });
 }
 
 void QelRecordField::SetData(const Variant& value, int32_t index) {
-  Guard(u"QelRecordField.DataLet", kDataLet, [&] {
+  Reraising(u"QelRecordField.DataLet", kDataLet, [&] {
     const Segment s = ObtainSegment(index);
     if (!value.IsNull()) {
       const qel::Text t = CStr(value);
       CheckLength(1, static_cast<int32_t>(std::min<size_t>(t.size(), INT32_MAX)), s.length);
+      RefuseLinkSeparators(t, name_);
     }
     data_->SetSlot(s.start, s.length, value);
     NotifyChange(index);
@@ -644,7 +508,7 @@ void QelRecordField::SetData(const Variant& value, int32_t index) {
 }
 
 qel::Text QelRecordField::Mid(int32_t start, int32_t length, int32_t index) const {
-  return Guard(u"QelRecordField.MidGet", kMidGet, [&] {
+  return Reraising(u"QelRecordField.MidGet", kMidGet, [&] {
     const Segment s = ObtainSegment(index);
     CheckLength(start, length, s.length);
     qel::Text scratch;
@@ -655,19 +519,24 @@ qel::Text QelRecordField::Mid(int32_t start, int32_t length, int32_t index) cons
 
 void QelRecordField::SetMid(int32_t start, int32_t length, const Variant& value,
                             int32_t index) {
-  Guard(u"QelRecordField.MidLet", kMidLet, [&] {
+  Reraising(u"QelRecordField.MidLet", kMidLet, [&] {
     const Segment s = ObtainSegment(index);
     CheckLength(start, length, s.length);
+    if (!value.IsNull()) {
+      const qel::Text t = CStr(value);
+      RefuseLinkSeparators(TextView(t).substr(0, static_cast<size_t>(length)), name_);
+    }
     data_->SetSlot(s.start + start - 1, length, value);
     NotifyChange(index);
   });
 }
 
 void QelRecordField::SetFill(const Variant& value) {
-  char16_t c = kNullFiller;
+  char16_t c = kEmptySlotChar;
   if (!value.IsNull()) {
     const qel::Text t = CStr(value);
-    c = t.empty() ? u' ' : t[0];
+    c = t.empty() ? kEmptySlotChar : t[0];
+    RefuseLinkSeparators(TextView(&c, 1), name_);
   }
   for (int32_t i = 1; i <= occurrences_; ++i) {
     const Segment s = ObtainSegment(i);
@@ -692,7 +561,11 @@ bool QelRecordField::Validate(const Variant& value, int32_t index) const {
       case qelTypeList:
       case qelTypeText:
       case qelTypeAlpha:
-        return CStr(value).size() <= static_cast<size_t>(s.length);
+      {
+        const qel::Text t = CStr(value);
+        return t.size() <= static_cast<size_t>(s.length) &&
+               t.find_first_of(TextView(kLinkSeparators, 2)) == qel::Text::npos;
+      }
       case qelTypeNumeric:
       case qelTypeSigned: {
         const Decimal n = ToNumber(value);

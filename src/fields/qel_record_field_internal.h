@@ -47,8 +47,6 @@ class QelRecordFieldInternal {
   static void Bind(QelRecordField& field, std::shared_ptr<QelRecordData> data) {
     field.data_ = std::move(data);
   }
-  // The descriptor's default text (or the type's).
-  static const Text& StoredDefault(const QelRecordField& field) { return field.default_; }
 
  private:
   static void Initialize(QelRecordField& field, TextView descriptor);

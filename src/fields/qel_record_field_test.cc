@@ -116,7 +116,7 @@ TEST_F(FieldTest, NumbersAreZeroFilledWithTruncatedDecimals) {
   EXPECT_EQ(RoundTrip("N:5.2:N", u" 12,3 "), "01230 => 12,3");
   EXPECT_EQ(RoundTrip("N:4:N", int32_t{123456}), "3456 => 3456");  // wider: leftmost digits go
   EXPECT_EQ(RoundTrip("N:5:N", 0.9), "00000 => 0");
-  EXPECT_EQ(RoundTrip("N:3:N", Variant::Null()), "~~~ => Null");
+  EXPECT_EQ(RoundTrip("N:3:N", Variant::Null()), "    => 0");  // blanks: not informed
   EXPECT_EQ(RoundTrip("N:30.4:N", *Decimal::FromDigits("79228162514264337593543950335", -4,
                                                         false)),
             "079228162514264337593543950335 => 7922816251426433759354395,0335");
@@ -189,7 +189,7 @@ TEST_F(FieldTest, RutsInCompactForm) {
   EXPECT_EQ(RoundTrip("R:10.1:RUT", u"12.345.678-5"), "0123456785 => 12345678-5");
   EXPECT_EQ(RoundTrip("R:10.1:RUT", u"6-k"), "000000006K => 6-K");
   EXPECT_EQ(RoundTrip("R:10.1:RUT", u"12345678"), "012345678? => 12345678-?");
-  EXPECT_EQ(RoundTrip("R:10.1:RUT", Variant::Null()), "~~~~~~~~~~ => Null");
+  EXPECT_EQ(RoundTrip("R:10.1:RUT", Variant::Null()), "           => 0-0");
   EXPECT_EQ(Read("R:10.1:RUT", u"          "), "0-0");
   EXPECT_EQ(ErrorOf([&] { Field("R:5.1:RUT")->SetValue(u"12345678-5"); }),
             "-2147024809|QelRecordField.ValueLet|No se pudo cambiar el valor del campo "
@@ -203,8 +203,84 @@ TEST_F(FieldTest, TextsAreBlankPaddedAndCut) {
   EXPECT_EQ(RoundTrip("X:5:T", u"abcdefg"), "abcde => abcde");
   EXPECT_EQ(RoundTrip("A:5:T", u" ab"), " ab   =>  ab");
   EXPECT_EQ(RoundTrip("X:5:T", 1.5), "1,5   => 1,5");
-  EXPECT_EQ(RoundTrip("X:2:T", Variant::Null()), "~~ => Null");
-  EXPECT_EQ(RoundTrip("LE:3:L", u"abc"), "~~~ => Null");
+  EXPECT_EQ(RoundTrip("X:2:T", Variant::Null()), "   => ");
+  EXPECT_EQ(Read("X:2:T", u"\x1a\x1a"), "Null");  // the filler of older writers
+}
+
+// Writing into a list end or writing Null into a member must leave the other members' data.
+TEST_F(FieldTest, NullAndListEndWritesKeepTheListsData) {
+  auto begin = Field("LB:6.2:L");
+  auto member = Field("X:3:M");
+  auto end = Field("LE:6:L");
+  QelRecordFieldInternal::Place(*begin, 1, 3, 2, 3, false);
+  QelRecordFieldInternal::Place(*member, 1, 3, 2, 3, true);
+  QelRecordFieldInternal::Place(*end, 1, 6, 1, 0, false);
+  member->SetValue(u"abc", 1);
+  member->SetValue(u"def", 2);
+  end->SetValue(u"xyz");
+  end->SetValue(Variant::Null());
+  EXPECT_EQ(Data(), "abcdef");
+  EXPECT_TRUE(end->Value().IsNull());
+  member->SetValue(Variant::Null(), 1);
+  EXPECT_EQ(Data(), "   def");
+  EXPECT_EQ(Show(member->Value(2)), "def");
+  // A member's Fill covers every occurrence; the empty text fills blanks.
+  member->SetFill(u"zed");
+  EXPECT_EQ(Data(), "zzzzzz");
+  member->SetFill(u"");
+  EXPECT_EQ(Data(), "      ");
+}
+
+// FS (28) and GS (29) separate the parts of the link text: no write may put them in a slot.
+TEST_F(FieldTest, LinkSeparatorsAreRefusedWhereverTextIsWritten) {
+  data_->SetData(u"keep  ");
+  auto f = Field("X:6:NOMBRE");
+  const Text fs = u"a\x1c", gs = u"\x1d" u"b";
+  const std::string refused = "'NOMBRE' contiene el carácter ";
+  const struct {
+    std::function<void()> write;
+    const char* source;
+  } cases[] = {
+      {[&] { f->SetValue(fs); }, "QelRecordField.ValueLet"},
+      {[&] { f->SetValue(gs); }, "QelRecordField.ValueLet"},
+      {[&] { f->SetData(gs); }, "QelRecordField.DataLet"},
+      {[&] { f->SetMid(2, 2, fs); }, "QelRecordField.MidLet"},
+      {[&] { f->SetFill(gs); }, "LinkSeparator"},
+      {[&] { Field("LB:6.1:NOMBRE")->SetValue(fs); }, "QelRecordField.ValueLet"},
+  };
+  for (const auto& c : cases) {
+    const Error e = testing::Catch(c.write);
+    EXPECT_EQ(e.Number(), E_INVALIDARG);
+    EXPECT_EQ(ToUtf8(e.Source()), c.source);
+    EXPECT_NE(ToUtf8(e.Description()).find(refused), std::string::npos) << ToUtf8(e.Description());
+  }
+  EXPECT_EQ(Data(), "keep  ");
+  // Past the slot's length the value is cut and nothing of it reaches the data.
+  Field("X:1:C")->SetValue(fs);
+  EXPECT_EQ(Data(), "aeep  ");
+}
+
+// Positions, lengths and indexes at the ends of the 32-bit range fail cleanly (no overflow).
+TEST_F(FieldTest, IntegerExtremesAreRefusedCleanly) {
+  data_->SetData(u"abcdef");
+  auto f = Field("X:6:T");
+  constexpr int32_t kMax = 2147483647, kMin = -2147483647 - 1;
+  const std::function<void()> refused[] = {
+      [&] { f->Mid(kMax, kMax); },           [&] { f->Mid(kMax, 1); },
+      [&] { f->Mid(2, kMax); },              [&] { f->Mid(kMin, 1); },
+      [&] { f->Mid(1, kMin); },              [&] { f->SetMid(kMax, kMax, u"x"); },
+      [&] { f->SetMid(3, kMax, u"x"); },     [&] { f->Value(kMax); },
+      [&] { f->Value(kMin); },               [&] { f->SetValue(u"x", kMax); },
+      [&] { f->Data(kMin); },                [&] { Field("X:2147483647:T"); },
+      [&] { Field("N:2147483647.2147483647:N"); },
+      [&] { Field("LB:2147483647.2147483647:L"); },
+  };
+  for (const auto& r : refused) {
+    const Error e = testing::Catch(r);
+    EXPECT_TRUE(e.Number() == E_INVALIDARG || e.Number() == kErrOverflow) << e.Number();
+  }
+  EXPECT_EQ(Data(), "abcdef");
+  EXPECT_EQ(Field("R:9.1:R")->MaxTextLength(), 12);
 }
 
 TEST_F(FieldTest, FailedWritesLeaveTheDataAlone) {
@@ -243,7 +319,7 @@ TEST_F(FieldTest, TextRendersByFormatAndLocale) {
     EXPECT_EQ(rut->Text(), u"12,345,678-5");
     EXPECT_EQ(monto->Text(), u"1,234,567.80");
   }
-  rut->SetValue(Variant::Null());
+  rut->SetData(Text(10, kNullFiller));
   EXPECT_EQ(rut->Text(), u"");
 }
 
@@ -255,11 +331,11 @@ TEST_F(FieldTest, DataAndMidWorkOnRawText) {
   f->SetMid(3, 2, u"XYZ");
   EXPECT_EQ(Data(), "abXYefghij");
   f->SetMid(9, 2, Variant::Null());
-  EXPECT_EQ(Data(), "abXYefgh~~");
+  EXPECT_EQ(Data(), "abXYefgh  ");
   f->SetData(u"12");
   EXPECT_EQ(Data(), "12        ");
   f->SetData(Variant::Null());
-  EXPECT_TRUE(f->Data().IsNull());
+  EXPECT_EQ(Data(), "          ");
   EXPECT_EQ(ErrorOf([&] { f->SetData(u"12345678901"); }),
             "-2147024809|QelRecordField.DataLet|No se pudo cambiar la data del campo "
             "'T'\r\nEl rango de 11 caracteres desde la posición 1 excede el largo 10 del campo");
@@ -275,9 +351,9 @@ TEST_F(FieldTest, FillAndIsNull) {
   EXPECT_EQ(Data(), "999");
   EXPECT_FALSE(n->IsNull());
   n->SetFill(Variant::Null());
-  EXPECT_EQ(Data(), "~~~");
+  EXPECT_EQ(Data(), "   ");
   EXPECT_TRUE(n->IsNull());
-  EXPECT_TRUE(n->Value().IsNull());
+  n->SetFill(u"9");
   n->SetFill(u"");
   EXPECT_EQ(Data(), "   ");
   n->SetValue(0);
@@ -290,6 +366,8 @@ TEST_F(FieldTest, FillAndIsNull) {
 }
 
 TEST_F(FieldTest, ValidateAnswersWhetherAWriteWouldKeepTheValue) {
+  EXPECT_FALSE(Field("X:5:T")->Validate(u"a\x1d"));
+  EXPECT_TRUE(Field("X:5:T")->Validate(u"a\x1a"));
   auto n = Field("N:5.2:N");
   EXPECT_TRUE(n->Validate(123.456));
   EXPECT_FALSE(n->Validate(1000));

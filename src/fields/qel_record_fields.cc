@@ -2,13 +2,11 @@
 //
 // The text is split into lines; the first must be the header, the last the checksum line,
 // and every line, those two included, goes through the field's descriptor parser (the header
-// is type "SD", the checksum line type "CS"). The descriptor lines become prototype fields,
-// which one pass places: fields outside groups follow each other from position 1; a list
-// begin opens a group whose members are laid out one after the other in its body, and the
-// matching list end closes it, the group taking Dimensions times the body. The result, with
-// the digest checked, is an immutable ParsedLayout; assigning it copies the prototypes into
-// live fields bound to the collection's data. Nothing of the collection changes until the
-// whole text has been accepted.
+// is type "SD", the checksum line type "CS"). The digest over the descriptor lines is checked
+// next; then the descriptor lines become prototype fields, placed in one pass. The result is
+// an immutable ParsedLayout; assigning it copies the prototypes into live fields bound to the
+// collection's data. Nothing of the collection changes until the whole text has been
+// accepted.
 //
 // Each thread remembers its last kMaxRemembered accepted texts with their ParsedLayout, so a
 // text seen again costs a lookup and the copies. The parse depends on the thread locale's
@@ -21,8 +19,10 @@
 #include <string_view>
 #include <utility>
 
+#include "fields/field_name_index.h"
 #include "fields/qel_record_field_internal.h"
 #include "fields/qel_record_fields_internal.h"
+#include "frame/keyed_hash.h"
 #include "qel/fields/layout_digest.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -34,7 +34,6 @@ using Internal = QelRecordFieldInternal;
 namespace {
 
 constexpr char16_t kHeaderPrefix[] = u"SD:1.0:";
-constexpr int64_t kMaxPosition = std::numeric_limits<int32_t>::max();
 
 // A line quoted in a message, cut when long.
 Text Excerpt(TextView line) {
@@ -88,7 +87,6 @@ struct ParsedLayout {
   Text name;
   Text signature;
   int32_t total = 0;
-  bool digest_matches = false;
   char16_t decimal = 0, thousand = 0;  // thread locale's separators at parse time
   std::vector<std::shared_ptr<QelRecordField>> prototypes;  // placed, bound to no data
   std::shared_ptr<const QelRecordFields::NameIndex> index;
@@ -99,8 +97,17 @@ struct ParsedLayout {
 // Builds collections from parsed layouts (friend of QelRecordFields).
 class QelRecordFieldsBuilder {
  public:
+  // The layout of a signature text, in three steps: the envelope (header and checksum lines),
+  // the digest over the descriptor lines, and the fields placed and indexed.
   static std::shared_ptr<const ParsedLayout> Parse(TextView text);
   static void Assign(const ParsedLayout& layout, QelRecordFields* out);
+
+ private:
+  // Reads the header and checksum lines into `layout` (name, total, digest) and returns the
+  // layout name as the header writes it.
+  static TextView ReadEnvelope(const std::vector<TextView>& lines, ParsedLayout* layout);
+  static void PlaceFields(std::span<const TextView> descriptors, ParsedLayout* layout);
+  static void IndexLists(ParsedLayout* layout);
 };
 
 namespace {
@@ -140,7 +147,7 @@ class VerifiedLayouts {
  private:
   struct Hash {
     using is_transparent = void;
-    size_t operator()(TextView t) const { return std::hash<TextView>()(t); }
+    size_t operator()(TextView t) const { return static_cast<size_t>(internal::KeyedHash(t)); }
   };
   std::unordered_map<Text, std::shared_ptr<const ParsedLayout>, Hash, std::equal_to<>> by_text_;
   std::deque<TextView> order_;  // views of the map's keys, which do not move
@@ -162,39 +169,67 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
   layout->decimal = loc.decimal;
   layout->thousand = loc.thousand;
   const std::vector<TextView> lines = SplitLines(layout->text);
-
-  // Header and checksum lines.
-  const TextView header = lines.front();
-  const TextView raw_name = Segment(header, 2);
-  if (header.substr(0, std::size(kHeaderPrefix) - 1) != kHeaderPrefix || raw_name.empty()) {
-    Fail(u"Header", u"El encabezado '%1' de la firma es inválido", {Variant(Excerpt(header))});
-  }
-  const auto head = Internal::Make(header, nullptr);
-  layout->name = head->Name();
-  const TextView checksum = lines.size() > 1 ? lines.back() : TextView();
-  if (lines.size() < 2 || UCase(checksum.substr(0, 3)) != u"CS:") {
-    Fail(u"Checksum", u"La firma no termina con una línea de control 'CS'");
-  }
-  const auto check = Internal::Make(checksum, nullptr);
-  layout->total = check->Length();
-  layout->signature = Internal::StoredDefault(*check);
-  if (Segment(checksum, 1) != CStr(Variant(layout->total)) || Segment(checksum, 2) != raw_name ||
-      layout->signature.empty() || checksum.find(u':', 3) == checksum.rfind(u':')) {
-    Fail(u"Checksum", u"La línea de control '%1' de la firma es inválida",
-         {Variant(Excerpt(checksum))});
-  }
-
-  // The fields, placed.
+  const TextView raw_name = ReadEnvelope(lines, layout.get());
   const std::span<const TextView> descriptors(lines.data() + 1, lines.size() - 2);
-  if (descriptors.empty()) {
-    Fail(u"NoFields", u"No se ha definido ningún campo del registro");
+  // The digest is checked before the lines are read as fields: a text whose lines are not
+  // those its digest was made from is a damaged or edited signature, whatever else is wrong
+  // with it. The checks that follow only see texts written by another program with a
+  // matching digest.
+  if (LayoutDigest(raw_name, descriptors, layout->total) != layout->signature) {
+    RaiseError(E_INVALIDARG, u"QelRecordFields.Layout",
+               u"La firma no coincide con la definición de campos");
   }
+  Chaining(u"QelRecordFields.Layout:", [&] {
+    PlaceFields(descriptors, layout.get());
+    IndexLists(layout.get());
+  });
+  return layout;
+}
+
+TextView QelRecordFieldsBuilder::ReadEnvelope(const std::vector<TextView>& lines,
+                                               ParsedLayout* layout) {
+  return Chaining(u"QelRecordFields.Layout:", [&] {
+    const TextView header = lines.front();
+    const TextView raw_name = Segment(header, 2);
+    if (header.substr(0, std::size(kHeaderPrefix) - 1) != kHeaderPrefix || raw_name.empty()) {
+      Fail(u"Header", u"El encabezado '%1' de la firma es inválido", {Variant(Excerpt(header))});
+    }
+    layout->name = Internal::Make(header, nullptr)->Name();
+    const TextView checksum = lines.size() > 1 ? lines.back() : TextView();
+    if (lines.size() < 2 || UCase(checksum.substr(0, 3)) != u"CS:") {
+      Fail(u"Checksum", u"La firma no termina con una línea de control 'CS'");
+    }
+    const auto check = Internal::Make(checksum, nullptr);
+    layout->total = check->Length();
+    // The digest is the checksum line's default, read as that line's type reads it: without
+    // trailing blanks.
+    layout->signature = check->Default().Get<Text>();
+    if (Segment(checksum, 1) != CStr(Variant(layout->total)) ||
+        Segment(checksum, 2) != raw_name || layout->signature.empty() ||
+        checksum.find(u':', 3) == checksum.rfind(u':')) {
+      Fail(u"Checksum", u"La línea de control '%1' de la firma es inválida",
+           {Variant(Excerpt(checksum))});
+    }
+    if (lines.size() < 3) Fail(u"NoFields", u"No se ha definido ningún campo del registro");
+    return raw_name;
+  });
+}
+
+// One pass places the fields: those outside groups follow each other from position 1; a list
+// begin opens a group whose members are laid out one after the other in its body, and the
+// matching list end closes it, the group taking Dimensions times the body. Every position
+// stays within kMaxRecordLength.
+void QelRecordFieldsBuilder::PlaceFields(std::span<const TextView> descriptors,
+                                         ParsedLayout* layout) {
   auto& fields = layout->prototypes;
   fields.reserve(descriptors.size());
   auto index = std::make_shared<QelRecordFields::NameIndex>();
-  int64_t pos = 1;       // next free position outside groups
-  int32_t open = -1;     // the open list begin
-  int64_t body = 0;      // length of the open group's body so far
+  int64_t pos = 1;    // next free position outside groups
+  int32_t open = -1;  // the open list begin
+  int64_t body = 0;   // length of the open group's body so far
+  auto check_end = [](int64_t last) {
+    if (last > kMaxRecordLength) RaiseRuntime(kErrOverflow);
+  };
   for (const TextView line : descriptors) {
     auto f = Internal::Make(line, nullptr);
     const auto i = static_cast<int32_t>(fields.size());
@@ -204,7 +239,7 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
     }
     if (type != qelTypeListEnd) {
       if (f->Name().empty()) Fail(u"Name", u"El Nombre del campo no puede ser nulo");
-      if (!index->emplace(f->Name(), i).second) {
+      if (!index->positions.emplace(f->Name(), i).second) {
         Fail(u"Duplicate", u"El campo '%1' está repetido en la firma", {Variant(f->Name())});
       }
     }
@@ -223,8 +258,8 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
         Fail(u"WrongEnd", u"Final de lista '%1' y su comienzo '%2' no coinciden",
              {Variant(f->Name()), Variant(begin.Name())});
       }
-      const int64_t size = body * begin.Dimensions();
-      if (pos + size - 1 > kMaxPosition) RaiseRuntime(kErrOverflow);
+      const int64_t size = body * begin.Dimensions();  // both within the limits: no overflow
+      check_end(pos + size - 1);
       if ((begin.Length() != 0 && begin.Length() != size) || f->Length() != size) {
         Fail(u"ListLength", u"El largo de la lista '%1' no coincide con el de sus campos (%2)",
              {Variant(begin.Name()), Variant(static_cast<int32_t>(size))});
@@ -246,9 +281,9 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
       // Members keep their offset in the body (plus one) until the list end places them.
       Internal::Place(*f, static_cast<int32_t>(body + 1), f->Length(), 1, 0, true);
       body += f->Length();
-      if (body > kMaxPosition) RaiseRuntime(kErrOverflow);
+      check_end(body);
     } else {
-      if (pos + f->Length() - 1 > kMaxPosition) RaiseRuntime(kErrOverflow);
+      check_end(pos + f->Length() - 1);
       Internal::Place(*f, static_cast<int32_t>(pos), f->Length(), 1, 0, false);
       pos += f->Length();
     }
@@ -262,17 +297,17 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
          {Variant(layout->total), Variant(static_cast<int32_t>(pos - 1))});
   }
   layout->index = std::move(index);
+}
+
+void QelRecordFieldsBuilder::IndexLists(ParsedLayout* layout) {
+  const auto& fields = layout->prototypes;
   for (const ListSpan& list : layout->lists) {
     auto members = std::make_shared<QelRecordFields::NameIndex>();
     for (int32_t m = list.begin + 1; m < list.end; ++m) {
-      members->emplace(fields[m]->Name(), m - list.begin - 1);
+      members->positions.emplace(fields[m]->Name(), m - list.begin - 1);
     }
     layout->list_indexes.push_back(std::move(members));
   }
-
-  // Checked last: a text that cannot be read says so before being called a forgery.
-  layout->digest_matches = LayoutDigest(raw_name, descriptors, layout->total) == layout->signature;
-  return layout;
 }
 
 void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields* out) {
@@ -311,12 +346,7 @@ QelRecordFields::QelRecordFields(std::shared_ptr<QelRecordData> data) : data_(st
 void QelRecordFields::SetLayout(TextView text) {
   std::shared_ptr<const ParsedLayout> layout = Verified().Find(text);
   if (!layout) {
-    layout = Chaining(u"QelRecordFields.Layout:",
-                      [&] { return QelRecordFieldsBuilder::Parse(text); });
-    if (!layout->digest_matches) {
-      RaiseError(E_INVALIDARG, u"QelRecordFields.Layout",
-                 u"La firma no coincide con la definición de campos");
-    }
+    layout = QelRecordFieldsBuilder::Parse(text);
     Verified().Remember(layout);
   }
   QelRecordFieldsBuilder::Assign(*layout, this);
@@ -324,18 +354,8 @@ void QelRecordFields::SetLayout(TextView text) {
 
 std::shared_ptr<QelRecordField> QelRecordFields::FindName(TextView name) const {
   if (!index_) return nullptr;
-  char16_t buffer[64];
-  Text long_name;
-  TextView upper;
-  if (name.size() <= std::size(buffer)) {
-    for (size_t i = 0; i < name.size(); ++i) buffer[i] = UpperChar(name[i]);
-    upper = TextView(buffer, name.size());
-  } else {
-    long_name = UCase(name);
-    upper = long_name;
-  }
-  const auto it = index_->find(upper);
-  return it == index_->end() ? nullptr : fields_[static_cast<size_t>(it->second)];
+  const auto it = index_->positions.find(name);
+  return it == index_->positions.end() ? nullptr : fields_[static_cast<size_t>(it->second)];
 }
 
 std::shared_ptr<QelRecordField> QelRecordFields::Find(const Variant& key) const {

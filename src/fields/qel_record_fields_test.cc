@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <chrono>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -154,14 +157,16 @@ TEST_F(FieldsTest, RefusesDamagedTextsAndKeepsItsFields) {
     const char* source;
   };
   const std::vector<Case> cases = {
-      // Edited and forged: only the digest tells.
+      // Edited, forged or damaged lines: the digest tells, whatever else the edit broke.
       {replace("X:10:NOMBRE", "X:10:NOMBRF"), "QelRecordFields.Layout"},
       {replace("N:12.2:MONTO", "N:12.1:MONTO"), "QelRecordFields.Layout"},
       {replace(digest, std::string(32, '0')), "QelRecordFields.Layout"},
+      {replace("X:10:NOMBRE", "X:11:NOMBRE"), "QelRecordFields.Layout"},
+      {replace("CS:152:", "CS:153:"), "QelRecordFields.Layout"},
+      {replace("X:10:NOMBRE", "D:7:FECHA"), "QelRecordFields.Layout"},
+      {replace("LE:120:ITEMS", "LE:120:ITEMZ"), "QelRecordFields.Layout"},
+      // Not a signature at all.
       {replace("SD:1.0:CLIENTE:", "SD:1.0:cliente:"), "QelRecordFields.Layout:Checksum"},
-      // Damaged.
-      {replace("X:10:NOMBRE", "X:11:NOMBRE"), "QelRecordFields.Layout:Total"},
-      {replace("CS:152:", "CS:153:"), "QelRecordFields.Layout:Total"},
       {replace("CS:152:", "CS:0152:"), "QelRecordFields.Layout:Checksum"},
       {replace(":" + digest, ""), "QelRecordFields.Layout:Checksum"},
       {replace("\r\nCS:152:CLIENTE:" + digest, ""), "QelRecordFields.Layout:Checksum"},
@@ -169,8 +174,10 @@ TEST_F(FieldsTest, RefusesDamagedTextsAndKeepsItsFields) {
       {u"garbage", "QelRecordFields.Layout:Header"},
       {u"", "QelRecordFields.Layout:Header"},
       {replace("SD:1.0:", "SD:2.0:"), "QelRecordFields.Layout:Header"},
-      {replace("X:10:NOMBRE", "D:7:FECHA"),
+      // Lines that another writer digested as they stand.
+      {Signature("C", {"D:7:FECHA"}, 7),
        "QelRecordFields.Layout:QelRecordField.Initialize:DateLength"},
+      {Signature("C", {"X:1:A"}, 2), "QelRecordFields.Layout:Total"},
       {Signature("C", {"X:1:A", "SD:1.0:C", "X:1:B"}, 2), "QelRecordFields.Layout:Line"},
       {Signature("C", {}, 1), "QelRecordFields.Layout:NoFields"},
       {Signature("C", {"X:1:A", "N:1:a"}, 2), "QelRecordFields.Layout:Duplicate"},
@@ -196,11 +203,93 @@ TEST_F(FieldsTest, RefusesDamagedTextsAndKeepsItsFields) {
   EXPECT_EQ(ErrorOf([&] { fields_.SetLayout(Signature("C", {"LB:2:L", "X:1:A", "LE:2:M"}, 2)); }),
             "-2147024809|QelRecordFields.Layout:WrongEnd|Final de lista 'M' y su comienzo 'L' no "
             "coinciden");
-  EXPECT_EQ(ErrorOf([&] {
-              fields_.SetLayout(Signature("C", {"X:2000000000:A", "X:2000000000:B"}, 1));
-            }),
-            "6|QelRecordFields.Layout:QelStd1|Desbordamiento");
+  EXPECT_EQ(ErrorOf([&] { fields_.SetLayout(replace("X:10:NOMBRE", "X:11:NOMBRE")); }),
+            "-2147024809|QelRecordFields.Layout|La firma no coincide con la definición de "
+            "campos");
   EXPECT_EQ(Positions(fields_).substr(0, 14), "NOMBRE@1*1/10 ");
+}
+
+// The digest is the checksum line's default, read without its trailing blanks.
+TEST_F(FieldsTest, BlanksAfterTheDigestAreIgnored) {
+  QelRecordFields other;
+  for (const Text& tail : {Text(u"  "), Text(u"   \r\n")}) {
+    const Text text = client_ + tail;
+    other.SetLayout(text);
+    EXPECT_EQ(other.Layout(), text);
+    EXPECT_EQ(other.Signature(), fields_.Signature());
+  }
+}
+
+// Sizes a real host record never has are refused with 6 before anything is allocated, even
+// under a digest recomputed for them.
+TEST_F(FieldsTest, AbsurdSizesAreRefused) {
+  const std::string max = std::to_string(kMaxRecordLength);
+  const std::string past = std::to_string(kMaxRecordLength + 1);
+  const struct {
+    std::vector<std::string> lines;
+    int32_t total;
+  } refused[] = {
+      {{"LB:2147483647:G", "X:1:A", "LE:0:G"}, 1},
+      {{"X:2147483647:A"}, 2147483647},
+      {{"X:" + past + ":A"}, kMaxRecordLength + 1},
+      {{"X:" + max + ":A", "X:1:B"}, kMaxRecordLength + 1},
+      {{"LB:65536:G", "X:1:A", "LE:65536:G"}, 65536},
+      {{"LB:1048.1048:G", "X:1001:A", "LE:1048:G"}, 1048 * 1001},
+      {{"LB:2.2:G", "X:" + max + ":A", "X:1:B", "LE:2:G"}, 2},
+  };
+  for (const auto& c : refused) {
+    std::vector<const char*> lines;
+    for (const auto& l : c.lines) lines.push_back(l.c_str());
+    const Error e = Catch([&] { fields_.SetLayout(Signature("G", lines, c.total)); });
+    EXPECT_EQ(e.Number(), kErrOverflow) << c.lines[0] << " " << ToUtf8(e.Description());
+    EXPECT_EQ(fields_.Layout(), client_);
+  }
+  QelRecordFields at_limit;
+  at_limit.SetLayout(Signature("G", {"LB:65535:G", "X:16:A", "LE:1048560:G"}, 1048560));
+  EXPECT_EQ(at_limit.Item(u"A")->Occurrences(), kMaxListOccurrences);
+  at_limit.SetLayout(Signature("G", {("X:" + max + ":A").c_str()}, kMaxRecordLength));
+  EXPECT_EQ(at_limit.Length(), kMaxRecordLength);
+}
+
+// Seconds to assign a layout of one-character text fields under `names` and find each field
+// by its name in lower case.
+double LayoutAndLookups(const std::vector<std::string>& names) {
+  std::vector<std::string> lines;
+  for (const auto& n : names) lines.push_back("X:1:" + n);
+  std::vector<const char*> views;
+  for (const auto& l : lines) views.push_back(l.c_str());
+  const Text text = Signature("NOMBRES", views, static_cast<int32_t>(names.size()));
+  ForgetVerifiedLayoutsForTesting();
+  const auto start = std::chrono::steady_clock::now();
+  QelRecordFields fields;
+  fields.SetLayout(text);
+  for (const auto& n : names) {
+    std::string lower = n;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_NE(fields.FindName(T(lower.c_str())), nullptr);
+  }
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Field names come from outside: names that differ only in bit 5 of their characters (the
+// shape that defeats unkeyed hashes of case-folded text) must cost what random names cost.
+TEST(FieldNameIndex, NamesChosenToCollideCostAsMuchAsRandomOnes) {
+  constexpr int kNames = 20000;
+  std::vector<std::string> chosen, random;
+  std::mt19937 rng(7);
+  for (int i = 0; i < kNames; ++i) {
+    std::string c = "F", r = "F";
+    for (int b = 0; b < 16; ++b) {
+      c += ((i >> b) & 1) ? '`' : '@';
+      r += static_cast<char>('A' + rng() % 26);
+    }
+    chosen.push_back(c);
+    random.push_back(r + std::to_string(i));
+  }
+  const double random_seconds = LayoutAndLookups(random);
+  const double chosen_seconds = LayoutAndLookups(chosen);
+  EXPECT_LT(chosen_seconds, 4 * random_seconds + 0.05)
+      << chosen_seconds << " s against " << random_seconds << " s";
 }
 
 TEST_F(FieldsTest, VerifiedTextsAreRecognisedButNothingElse) {

@@ -3,6 +3,9 @@
 // business.
 #include "qel/fields/rut.h"
 
+#include <cstdint>
+
+#include "frame/char_class.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 #include "qel/frame/number_format.h"
@@ -10,12 +13,13 @@
 namespace qel {
 namespace {
 
+using internal::IsDigit;
+
+
 constexpr char16_t kInvalidCharacter[] = u"RUT '%1' con caracter inválido";
 constexpr char16_t kZeroDigits[] = u"RUT '%1' no comienza con dígitos";
 constexpr char16_t kTooLong[] = u"RUT '%1' demasiado largo";
 constexpr char16_t kInvalidParity[] = u"RUT '%1' con dígito verificador incorrecto";
-
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 [[noreturn]] void Fail(const char16_t* source, const char16_t* tmpl, TextView rut) {
   RaiseError(E_INVALIDARG, source, tmpl, {Variant(rut)});
@@ -47,13 +51,15 @@ Scan ScanDigits(TextView t) {
 }  // namespace
 
 char16_t RutCheckChar(TextView digits) {
-  int sum = 0;
-  int weight = 2;
+  // Each digit adds at most 63: a 64-bit sum would need 2^58 digits to overflow, more than
+  // any text can hold.
+  uint64_t sum = 0;
+  unsigned weight = 2;
   for (size_t i = digits.size(); i-- > 0;) {
-    sum += (digits[i] - u'0') * weight;
+    sum += static_cast<unsigned>(digits[i] - u'0') * weight;
     if (++weight > 7) weight = 2;
   }
-  const int r = 11 - sum % 11;
+  const int r = 11 - static_cast<int>(sum % 11);
   if (r == 11) return u'0';
   if (r == 10) return u'K';
   return static_cast<char16_t>(u'0' + r);
@@ -107,6 +113,8 @@ Text QelValidateRUT(TextView rut_text, int32_t return_size, bool allow_unknown,
     }
     if (s.digits.empty()) Fail(u"ZeroDigits", kZeroDigits, t);
     if (pos < t.size()) Fail(u"InvalidCharacter", kInvalidCharacter, t);
+    // The result's width is a 32-bit count.
+    if (s.digits.size() >= static_cast<size_t>(INT32_MAX)) Fail(u"TooLong", kTooLong, t);
     const char16_t computed = RutCheckChar(s.digits);
     if (check != computed) {
       if (check != u'?' || !allow_unknown) Fail(u"InvalidParity", kInvalidParity, t);

@@ -6,11 +6,14 @@
 // of those clients follow it.
 #include "qel/frame/locale.h"
 
+#include "frame/locale_internal.h"
+
 #include <langinfo.h>
 #include <locale.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "qel/frame/error.h"
 
@@ -139,8 +142,71 @@ LocaleInfo FromEnvironment() {
 }
 
 thread_local std::optional<LocaleInfo> t_locale;
+thread_local uint64_t t_locale_serial = 0;
+
+// The collation of the thread's locale, opened for the name it was last asked for.
+class Collation {
+ public:
+  ~Collation() {
+    if (loc_) freelocale(loc_);
+  }
+  // Null when the C library has no such locale (then code points decide).
+  locale_t For(const std::string& name) {
+    if (name != name_) {
+      if (loc_) freelocale(loc_);
+      loc_ = newlocale(LC_COLLATE_MASK, name.c_str(), static_cast<locale_t>(0));
+      name_ = name;
+    }
+    return loc_;
+  }
+
+ private:
+  std::string name_;
+  locale_t loc_ = static_cast<locale_t>(0);
+};
+
+// A text folded with UpperChar into `folded`.
+void Fold(TextView text, Text* folded) {
+  folded->resize(text.size());
+  for (size_t i = 0; i < text.size(); ++i) (*folded)[i] = UpperChar(text[i]);
+}
+
+// A folded text as UTF-8 for strcoll_l; U+0000, which would end the C string, is left out
+// (texts that differ only there are told apart by the code-unit tie-break).
+std::string CollationKey(const Text& folded) {
+  std::string out = ToUtf8(folded);
+  std::erase(out, '\0');
+  return out;
+}
 
 }  // namespace
+
+namespace internal {
+
+uint64_t ThreadLocaleSerial() {
+  ThreadLocale();
+  return t_locale_serial;
+}
+
+int CollateNoCase(TextView a, TextView b) {
+  // The empty text sorts first and texts equal once folded are equal under every collation
+  // (the tie-break below makes it so); neither needs the collation.
+  if (a.empty() || b.empty()) return a.empty() ? (b.empty() ? 0 : -1) : 1;
+  thread_local Text t_fa, t_fb;
+  Fold(a, &t_fa);
+  Fold(b, &t_fb);
+  const Text& fa = t_fa;
+  const Text& fb = t_fb;
+  if (fa == fb) return 0;
+  thread_local Collation t_collation;
+  const std::string ua = CollationKey(fa), ub = CollationKey(fb);
+  const locale_t loc = t_collation.For(ThreadLocale().name);
+  int c = loc ? strcoll_l(ua.c_str(), ub.c_str(), loc) : std::strcmp(ua.c_str(), ub.c_str());
+  if (c == 0) c = fa.compare(fb);
+  return c < 0 ? -1 : (c > 0 ? 1 : 0);
+}
+
+}  // namespace internal
 
 std::optional<LocaleInfo> LookupLocale(std::string_view name) {
   const std::string n(name);
@@ -154,7 +220,10 @@ std::optional<LocaleInfo> LookupLocale(std::string_view name) {
 }
 
 const LocaleInfo& ThreadLocale() {
-  if (!t_locale) t_locale = FromEnvironment();
+  if (!t_locale) {
+    t_locale = FromEnvironment();
+    ++t_locale_serial;
+  }
   return *t_locale;
 }
 
@@ -166,6 +235,7 @@ void SetThreadLocale(std::string_view name) {
                {Variant(FromUtf8(name))});
   }
   t_locale = std::move(info);
+  ++t_locale_serial;
 }
 
 }  // namespace qel

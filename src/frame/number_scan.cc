@@ -4,11 +4,10 @@
 #include <cmath>
 #include <cstring>
 
+#include "frame/char_class.h"
+
 namespace qel::internal {
 namespace {
-
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t'; }
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // Appends one decimal digit of the mantissa.
 void PushDigit(ScannedNumber* n, char16_t c, bool fraction) {

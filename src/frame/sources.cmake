@@ -1,6 +1,7 @@
 list(APPEND QEL_SOURCES
   src/frame/convert.cc
   src/frame/date.cc
+  src/frame/date_text.cc
   src/frame/decimal.cc
   src/frame/error.cc
   src/frame/keyed_hash.cc

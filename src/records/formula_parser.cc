@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "frame/locale_internal.h"
+#include "frame/char_class.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
@@ -10,13 +12,6 @@ namespace {
 
 enum class TokenKind { kName = 1, kNumber = 2, kText = 3, kSymbol = 4, kEnd = 5 };
 
-bool IsLetter(char16_t c) {
-  // Letters as a locale-aware comparison between "A" and "Z" sees them: the Latin letters with
-  // or without accents, in either case.
-  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
-         (c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7);
-}
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // The value of a number token: an optional "-" and decimal digits. Raises 6 beyond the range
 // of a Decimal, as the text conversion would.
@@ -36,10 +31,21 @@ Decimal NumberOf(TextView token) {
   return *d;
 }
 
+// What one evaluation has spent, shared by the parsers of the formulas it expands.
+struct Budget {
+  int depth = 0;      // nesting levels open now
+  int64_t steps = 0;  // tokens read and formula characters expanded so far
+
+  void Spend(int64_t units) {
+    steps += units;
+    if (steps > kMaxEvalSteps) RaiseRuntime(kErrOutOfStack);
+  }
+};
+
 class Parser {
  public:
-  Parser(EvalContext& context, TextView text, int depth)
-      : context_(context), text_(text), depth_(depth) {}
+  Parser(EvalContext& context, TextView text, Budget& budget)
+      : context_(context), text_(text), budget_(budget) {}
 
   Variant Evaluate() {
     Next();
@@ -52,6 +58,7 @@ class Parser {
   // ---- Tokens ----------------------------------------------------------------------------
 
   void Next() {
+    budget_.Spend(1);
     while (pos_ < text_.size() &&
            (text_[pos_] == u' ' || text_[pos_] == u'\t' || text_[pos_] == u'\r' ||
             text_[pos_] == u'\n')) {
@@ -124,10 +131,8 @@ class Parser {
   Variant TokenValue() const {
     return kind_ == TokenKind::kNumber ? Variant(number_) : Variant(token_);
   }
-  // The token as error messages show it.
-  qel::Text TokenText() const {
-    return kind_ == TokenKind::kNumber ? CStr(number_) : qel::Text(token_);
-  }
+  // The token as error messages show it: as written, so "-05" stays "-05".
+  qel::Text TokenText() const { return qel::Text(token_); }
   bool IsSymbol(TextView s) const { return kind_ == TokenKind::kSymbol && token_ == s; }
   bool IsKeyword(TextView s) const {
     return kind_ == TokenKind::kName && EqualsNoCase(token_, s);
@@ -143,7 +148,7 @@ class Parser {
   // Counts one level of nesting for the life of the object.
   class Nest {
    public:
-    explicit Nest(int& depth) : depth_(depth) {
+    explicit Nest(Budget& budget) : depth_(budget.depth) {
       if (++depth_ > kMaxEvalDepth) {
         --depth_;
         RaiseRuntime(kErrOutOfStack);
@@ -160,7 +165,7 @@ class Parser {
   // ---- Grammar -----------------------------------------------------------------------------
 
   Variant Logical() {
-    Nest nest(depth_);
+    Nest nest(budget_);
     Variant v = Comparison();
     for (;;) {
       bool is_or;
@@ -194,7 +199,7 @@ class Parser {
 
   Variant Unary() {
     if (IsKeyword(u"NOT") || IsSymbol(u"!")) {
-      Nest nest(depth_);
+      Nest nest(budget_);
       Next();
       return !CBool(Unary());
     }
@@ -268,14 +273,17 @@ class Parser {
       RaiseChained(e, u"QelRecord.EvalFormula:",
                    u"Parámetro del operador '@' no se puede convertir a texto%n%1", {});
     }
-    const qel::Text formula(Trim(CStr(context_.Formula(name))));
+    // Charged as stored: trimming a long text costs its whole length.
+    qel::Text formula = CStr(context_.Formula(name));
+    budget_.Spend(static_cast<int64_t>(formula.size()));
+    formula = qel::Text(Trim(formula));
     if (formula.empty()) {
       RaiseError(E_INVALIDARG, u"QelRecord.EvalFormula", u"Fórmula '%1' no está definida",
                  {Variant(name)});
     }
     try {
-      Nest nest(depth_);
-      return Parser(context_, formula, depth_).Evaluate();
+      Nest nest(budget_);
+      return Parser(context_, formula, budget_).Evaluate();
     } catch (const Error& e) {
       RaiseChained(e, u"QelRecord.EvalFormula:", u"No se pudo evaluar la fórmula '%1'%n%2",
                    {Variant(name)});
@@ -318,17 +326,11 @@ class Parser {
 
   static int Sign(double d) { return d < 0 ? -1 : (d > 0 ? 1 : 0); }
 
-  // -1, 0 or 1; Null operands are handled by the caller.
+  // -1, 0 or 1; Null operands are handled by the caller. Texts by the locale's collation
+  // without regard to case ("Ángel" < "B", "ñ" < "o" under es_CL).
   static int Order(const Variant& a, const Variant& b) {
     if (a.IsText() && b.IsText()) {
-      const qel::Text& x = a.Get<qel::Text>();
-      const qel::Text& y = b.Get<qel::Text>();
-      const size_t n = std::min(x.size(), y.size());
-      for (size_t i = 0; i < n; ++i) {
-        const char16_t p = UpperChar(x[i]), q = UpperChar(y[i]);
-        if (p != q) return p < q ? -1 : 1;
-      }
-      return x.size() < y.size() ? -1 : (x.size() > y.size() ? 1 : 0);
+      return CollateNoCase(a.Get<qel::Text>(), b.Get<qel::Text>());
     }
     if ((a.IsText() || a.IsEmpty()) && (b.IsText() || b.IsEmpty())) {
       return Order(Variant(CStr(a)), Variant(CStr(b)));
@@ -370,11 +372,14 @@ class Parser {
   TextView token_;        // a view of the expression, of unfolded_, or of a literal
   qel::Text unfolded_;    // a quoted text whose doubled quotes were made single
   Decimal number_;
-  int depth_;
+  Budget& budget_;
 };
 
 }  // namespace
 
-Variant EvalText(EvalContext& context, TextView text) { return Parser(context, text, 0).Evaluate(); }
+Variant EvalText(EvalContext& context, TextView text) {
+  Budget budget;
+  return Parser(context, text, budget).Evaluate();
+}
 
 }  // namespace qel::internal

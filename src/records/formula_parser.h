@@ -19,14 +19,25 @@
 // bounded: past kMaxEvalDepth levels evaluation raises error 28 ("Espacio de pila
 // insuficiente"). Unbounded recursion would end the whole process on a stack overflow for one
 // bad formula; a fixed bound fails the same way whatever the thread's stack size.
+//
+// The work of one evaluation is bounded too: it may read at most kMaxEvalSteps tokens and
+// characters of named formulas together, past which it raises error 28 as well. Depth alone
+// does not bound the work: formulas that each refer twice to the next ("@F1&@F1", "@F2&@F2",
+// ...) expand 2^n times within a small depth. Real conditions read a few hundred tokens; the
+// bound keeps the worst case to a fraction of a second.
+//
+// Texts compare without regard to case in the order of the thread locale's collation.
 #ifndef QEL_SRC_RECORDS_FORMULA_PARSER_H_
 #define QEL_SRC_RECORDS_FORMULA_PARSER_H_
+
+#include <cstdint>
 
 #include "qel/frame/variant.h"
 
 namespace qel::internal {
 
 inline constexpr int kMaxEvalDepth = 200;
+inline constexpr int64_t kMaxEvalSteps = 1000000;
 
 // What an expression reads.
 class EvalContext {

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
+#include <string>
 
 #include "frame/testing.h"
 #include "qel/frame/convert.h"
@@ -104,6 +106,8 @@ TEST_F(FormulaTest, SyntaxErrors) {
       {"A < B < C", "EvalText|Se encontró '<' cuando se esperaba el fin del texto"},
       {"(1 = 1", "EvalTerm|Se encontró '[EOS]' cuando se esperaba el símbolo ')'"},
       {"5-3", "EvalText|Se encontró '-3' cuando se esperaba el fin del texto"},
+      {"1 -05", "EvalText|Se encontró '-05' cuando se esperaba el fin del texto"},  // as written
+      {"1 007", "EvalText|Se encontró '007' cuando se esperaba el fin del texto"},
       {"ITEM()", "EvalTerm|Se encontró ')' cuando se esperaba un Nombre o un Valor"},
       {"ITEM(1", "EvalName|Se encontró '[EOS]' cuando se esperaba el símbolo ')'"},
       {"", "EvalTerm|Se encontró '[EOS]' cuando se esperaba un Nombre o un Valor"},
@@ -137,6 +141,43 @@ TEST_F(FormulaTest, NamedFormulas) {
   rec_.has_formulas = false;
   EXPECT_EQ(ErrorOf([&] { Eval("@TOTAL_OK"); }),
             "-2147024809|QelRecord.EvalFormula|No se suministraron fórmulas para el operador '@'");
+}
+
+// Texts compare without regard to case in the order of the locale's collation.
+TEST_F(FormulaTest, TextsCompareByTheLocalesCollation) {
+  const char* const true_under_es_cl[] = {
+      "'Ángel' < 'B'", "'ángel' < 'b'", "'ñ' < 'o'",     "'ñ' > 'n'",   "'Ñandú' > 'Nube'",
+      "'abc' = 'ABC'", "'Éxito' = 'éxito'", "'a' < 'B'", "'zeta' > 'Árbol'", "'ab' < 'abc'",
+  };
+  for (const char* e : true_under_es_cl) EXPECT_EQ(Eval(e), Variant(true)) << e;
+  EXPECT_EQ(Eval("'Ángel' = 'Angel'"), Variant(false)) << "accents still tell texts apart";
+}
+
+// Formulas that each refer twice to the next expand 2^n times within a small depth; the
+// step budget stops them with 28 and the evaluator's chain of formula names.
+TEST_F(FormulaTest, FormulaBlowUpIsStoppedByTheStepBudget) {
+  for (int i = 0; i < 40; ++i) {
+    const Text next = u"F" + FromUtf8(std::to_string(i + 1));
+    rec_.formulas[u"F" + FromUtf8(std::to_string(i))] = u"@" + next + u"&@" + next;
+  }
+  rec_.formulas[u"F40"] = u"T";
+  const auto start = std::chrono::steady_clock::now();
+  const Error e = qel::testing::Catch([&] { Eval("@F0"); });
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_EQ(e.Number(), kErrOutOfStack);
+  EXPECT_EQ(ToUtf8(e.Source()).rfind("QelRecord.EvalFormula:QelRecord.EvalFormula:", 0), 0u);
+  EXPECT_EQ(ToUtf8(e.Description()).rfind("No se pudo evaluar la fórmula 'F0'\r\n", 0), 0u);
+  EXPECT_NE(ToUtf8(e.Description()).find("Espacio de pila insuficiente"), std::string::npos);
+  EXPECT_LT(seconds, 5.0);
+  // Long formula texts count by their length: a large text referred to many times stops too.
+  rec_.formulas[u"BIG"] = Text(200000, u' ') + u"T";
+  std::string many = "@BIG";
+  for (int i = 0; i < 10; ++i) many += " & @BIG";
+  EXPECT_EQ(qel::testing::Catch([&] { Eval(many.c_str()); }).Number(), kErrOutOfStack);
+  // Within the budget the same shape evaluates: 2^10 expansions.
+  rec_.formulas[u"F30"] = u"T";
+  EXPECT_EQ(Eval("@F20"), Variant(true));
 }
 
 TEST_F(FormulaTest, DeepNestingFailsCleanly) {

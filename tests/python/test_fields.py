@@ -126,7 +126,7 @@ def test_raw_access_fill_and_null(fields):
     nombre.SetMid(3, 2, value="XY")
     assert nombre.Mid(Start=3, Length=3) == "XYe"
     nombre.Fill = None
-    assert nombre.Data() is None and nombre.Value() is None and nombre.IsNull()
+    assert nombre.Data() == " " * 10 and nombre.Value() == "" and nombre.IsNull()
     with pytest.raises(AttributeError):
         nombre.Fill
     assert fields["AMT"].Validate(1, Index=4) and not fields["AMT"].Validate(1, 5)
@@ -157,9 +157,9 @@ def test_record_data_buffer():
     assert d.SignANSI is qelstd.QelDefaultSignANSI is False
     d.Data = "abc"
     d.SetSlot(5, 2, None)
-    assert d.Slot(Start=5, Length=2) is None
+    assert d.Slot(Start=5, Length=2) == "  "
     d.Pad(8)
-    assert d.Data == "abc \x1a\x1a  " and d.Length == 8
+    assert d.Data == "abc     " and d.Length == 8
     fields = qelstd.CreateObject("QelRecordFields")
     fields.RecordData = d
     assert fields.RecordData == d

@@ -24,6 +24,18 @@ def test_compare_in_the_host_number_style_as_member_and_module_function(es_cl):
     assert qelstd.QelConvert(r["N"], "1.234,5", WithQelFormat=True) == decimal.Decimal("1234.5")
 
 
+def test_an_omitted_value_fails_where_empty_converts(es_cl):
+    r = numeric_field(decimal.Decimal("0"))
+    for compare in (qelstd.QelCompare, qelstd.QelGlobal().QelCompare):
+        assert compare(r["N"], 1, qelstd.Empty) == 0
+        assert compare(r["N"], Value2=None) == 1
+        with pytest.raises(qelstd.QelError) as info:
+            compare(r["N"])
+        assert info.value.Number == 13
+        assert info.value.Source.startswith("QelGlobal.QelCompare:QelGlobal.CmpToNumber:")
+    assert qelstd.QelConvert(r["N"], qelstd.Empty) == 0
+
+
 def test_cobol_compare_and_to_decimal(es_cl):
     g = qelstd.QelGlobal()
     for cobol in (qelstd.CobolCompare, g.CobolCompare):

@@ -22,6 +22,16 @@ enum QelFieldTypes : int32_t {
   qelTypeListEnd = 8,  // "LE": end of a repeated group
 };
 
+// Limits on what a layout may claim, so that a signature text from outside cannot make a
+// record allocate or loop without bound. Host transaction records are a few thousand
+// characters (the link text of one transaction travels as one message), so a megacharacter
+// leaves ample room; a repeated group of more occurrences than 65,535 is no record. Larger
+// claims are refused with error 6 (overflow) before anything is allocated:
+//  - the length of one field, a group or the whole record, in characters;
+//  - the occurrences (Dimensions) of one repeated group.
+inline constexpr int32_t kMaxRecordLength = 1 << 20;
+inline constexpr int32_t kMaxListOccurrences = 65535;
+
 // The descriptor code of a type ("LB", "X", ...), or the empty text outside 1..8.
 TextView FieldTypeCode(int32_t type);
 

@@ -2,10 +2,10 @@
 //
 // A slot is a run of characters given by a 1-based start and a length. Reading a slot that
 // reaches past the end of the text gives blanks for the missing part; writing one there first
-// pads the text with blanks up to it. Writing Null as a slot's text fills the slot with the
-// null filler, character 26, and a slot made only of that character reads back as Null, so
-// that a field set to Null reads Null again. Data let stores a text as it stands (no padding,
-// no cut); Pad appends blanks up to a length and never cuts.
+// pads the text with blanks up to it. Writing Null as a slot's text fills the slot with
+// blanks (kEmptySlotChar). A slot made only of the null filler, character 26, still reads
+// back as Null. Data let stores a text as it stands (no padding, no cut); Pad appends blanks
+// up to a length and never cuts.
 //
 // SignANSI selects how number fields mark negative values when they write (see
 // QelRecordField); a new buffer takes the thread's QelDefaultSignANSI.
@@ -18,12 +18,25 @@
 #include <cstdint>
 #include <span>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
 
-// The character a null slot is filled with.
+// What Null written into a slot leaves there: blanks. A blank slot is what the record holds
+// where nothing was ever written, and what the host's record programs read as an empty field
+// (an alphanumeric field of spaces; a number field of spaces, "not informed"). The null
+// filler below is never written: it would travel to the host inside the link text as a
+// control character its programs do not expect, and writing it over a list would destroy the
+// data of every member.
+inline constexpr char16_t kEmptySlotChar = u' ';
+// A slot made only of this character (written by older clients) reads as Null.
 inline constexpr char16_t kNullFiller = 26;
+
+// The sign encoding new record data buffers start with on this thread (see SignANSI).
+// Initially false. Also reachable as the global object's QelDefaultSignANSI.
+QEL_EXPORT bool QelDefaultSignANSI();
+QEL_EXPORT void SetQelDefaultSignANSI(bool value);
 
 class QelRecordData final : public Object {
  public:
@@ -48,10 +61,10 @@ class QelRecordData final : public Object {
 
   // The slot's text, blank-padded past the end of the data, or Null when every character of a
   // non-empty slot is the null filler. Raises E_INVALIDARG (source "QelRecordData.Slot") when
-  // start < 1, length < 0 or the slot would end past the largest position.
+  // start < 1, length < 0 or the slot would end past kMaxRecordLength (field_types.h).
   Variant Slot(int32_t start, int32_t length) const;
-  // Writes a slot: Null fills it with the null filler; any other value's text is left-aligned,
-  // padded with blanks and cut to `length`. Same range checks as Slot.
+  // Writes a slot: Null fills it with blanks; any other value's text is left-aligned, padded
+  // with blanks and cut to `length`. Same range checks as Slot.
   void SetSlot(int32_t start, int32_t length, const Variant& text);
   // Appends blanks until the text is `length` characters long; a longer text is left alone.
   void Pad(int32_t length);

@@ -26,9 +26,14 @@
 //  - RUT: the compact form, Length - 1 digits and the check character; read back in dashed
 //    form without leading zeros ("12345678-5"; a blank slot reads "0-0"). The check
 //    character is verified on reading as on writing.
-//  - list end: writing stores Null; reading gives Null.
-// Null written by Value, Data or Mid fills the slot with the null filler (character 26); such
-// a slot reads back as Null for every type.
+//  - list end: writing leaves the data alone (the list end's slot is its members' data);
+//    reading gives Null.
+// Null written by Value, Data, Mid or Fill leaves blanks (see kEmptySlotChar), which read back
+// as a never-written slot does: "" for texts, 0 for numbers, "0-0" for a RUT; a date slot
+// takes zeros and reads Null. A slot of the null filler (character 26) reads as Null for
+// every type. Text written by Value, Data, Mid or Fill may not hold FS (28) or GS (29), which
+// separate the parts of the link text: such a value raises E_INVALIDARG (source
+// "LinkSeparator", naming the field) and nothing is written.
 //
 // Events: Change(Index) after every write through Value, Data or Mid, with the occurrence
 // written; after Fill and NotifyDataChanged, once for every occurrence. Handlers run before the
@@ -112,23 +117,23 @@ class QelRecordField final : public Object {
   qel::Text Text(int32_t index = 1) const;
   // The slot's raw text, or Null for a null slot.
   Variant Data(int32_t index = 1) const;
-  // Writes a raw text: padded with blanks to the slot; Null fills the slot with the null
-  // filler. A text longer than the slot fails with source "CheckLength".
+  // Writes a raw text: padded with blanks to the slot; Null blanks the slot. A text longer
+  // than the slot fails with source "CheckLength".
   void SetData(const Variant& value, int32_t index = 1);
   // `length` raw characters from the 1-based `start` within the slot (null fillers included).
   // The range must lie inside the slot (source "CheckLength").
   qel::Text Mid(int32_t start, int32_t length, int32_t index = 1) const;
   // Replaces that range by the value's text, blank-padded and cut to `length`; Null puts
-  // null fillers there.
+  // blanks there.
   void SetMid(int32_t start, int32_t length, const Variant& value, int32_t index = 1);
-  // Writes the value's first character over every occurrence: a blank for the empty text,
-  // the null filler for Null.
+  // Writes the value's first character over every occurrence (of every repetition for a
+  // list member): a blank for the empty text and for Null.
   void SetFill(const Variant& value);
   // True when the occurrence holds no value: a null slot, a blank slot (never written), or a
   // date slot of zeros. Raises the ObtainSegment error for an index out of range.
   bool IsNull(int32_t index = 1) const;
   // True when SetValue(value, index) would succeed and store the value without loss: a text
-  // that fits, a number whose integer digits fit (and that is not negative in a numeric
+  // that fits and holds no FS or GS, a number whose integer digits fit (and that is not negative in a numeric
   // field; fraction digits beyond Precision are truncated by design and allowed), a date,
   // a RUT with a right check character and not too many digits, Null for every type. False
   // for a list end unless Null, and for an index out of range. Never raises.
@@ -172,7 +177,7 @@ class QelRecordField final : public Object {
   Variant ReadRut(qel::TextView slot) const;
   Decimal ToNumber(const Variant& value) const;
   template <class F>
-  decltype(auto) Guard(const char16_t* source, const char16_t* tmpl, F&& body) const;
+  decltype(auto) Reraising(const char16_t* source, const char16_t* tmpl, F&& body) const;
 
   // Definition (see QelRecordFieldInternal::Initialize).
   qel::Text name_;

@@ -3,9 +3,9 @@
 // Assigning a signature text to Layout replaces the whole collection: its name, total length,
 // digest and fields, each placed at its start position in the record data, with the fields of
 // a repeated group repeated Dimensions times (see QelRecordField). The text is checked before
-// anything changes: every line is parsed, the groups and the total length must agree with the
-// fields, and the digest computed over the descriptor lines (LayoutDigest) must be the one the
-// text carries. A text refused for any reason raises E_INVALIDARG and leaves the collection
+// anything changes: the digest computed over the descriptor lines (LayoutDigest) must be the
+// one the text carries, every line is parsed, and the groups and the total length must agree
+// with the fields and stay within kMaxRecordLength and kMaxListOccurrences (field_types.h). A text refused for any reason raises E_INVALIDARG and leaves the collection
 // exactly as it was. A text this thread has verified before is recognised and not verified
 // again (the thread remembers its last few verified texts).
 //
@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "qel/fields/qel_record_data.h"
@@ -33,16 +32,6 @@ namespace qel {
 class QelRecordFields final : public Object {
  public:
   using FieldList = std::vector<std::shared_ptr<QelRecordField>>;
-  // Upper-case field name -> 0-based position; looked up by view, without a copy.
-  struct NameHash {
-    using is_transparent = void;
-    size_t operator()(TextView name) const noexcept {
-      uint64_t h = 14695981039346656037u;  // FNV-1a: names are short
-      for (char16_t c : name) h = (h ^ c) * 1099511628211u;
-      return static_cast<size_t>(h);
-    }
-  };
-  using NameIndex = std::unordered_map<Text, int32_t, NameHash, std::equal_to<>>;
 
   // An empty collection with a new record data buffer of its own.
   QelRecordFields();
@@ -57,13 +46,18 @@ class QelRecordFields final : public Object {
   //   header     := "SD:1.0:" NAME [":" time-stamp]
   //   descriptor := CODE ":" LENGTH ["." PRECISION] ":" NAME [":" DEFAULT]
   //   checksum   := "CS:" TOTAL ":" NAME ":" DIGEST
-  // Lone LF line breaks are accepted as CR LF, and one line break after the checksum line is
-  // ignored. A digest that does not match raises E_INVALIDARG with source
-  // "QelRecordFields.Layout" and "La firma no coincide con la definición de campos"; a text
-  // that cannot be read raises E_INVALIDARG with source "QelRecordFields.Layout:" followed by
-  // the failed check ("Header", "Checksum", "Line", "NoFields", "Name", "Duplicate",
-  // "MissingEnd", "MissingStart", "WrongEnd", "ListLength", "Total", or the descriptor's
-  // "QelRecordField.Initialize:..."); total lengths past 32 bits raise 6 (overflow).
+  // Lone LF line breaks are accepted as CR LF, one line break after the checksum line is
+  // ignored, and so are blanks after the digest. Checked in this order:
+  //  1. the header and checksum lines: E_INVALIDARG, source "QelRecordFields.Layout:Header",
+  //     ":Checksum" or ":NoFields" (a text that is no signature at all);
+  //  2. the digest: any mismatch between the lines and the digest (an edited or damaged line)
+  //     raises E_INVALIDARG with source "QelRecordFields.Layout" and "La firma no coincide
+  //     con la definición de campos";
+  //  3. the fields of a text whose digest matches: E_INVALIDARG with source
+  //     "QelRecordFields.Layout:" followed by "Line", "Name", "Duplicate", "MissingEnd",
+  //     "MissingStart", "WrongEnd", "ListLength", "Total" or the descriptor's
+  //     "QelRecordField.Initialize:..."; lengths or occurrences past the limits raise 6
+  //     (overflow).
   void SetLayout(TextView text);
 
   // The layout's digest, name (upper case) and total length in characters.
@@ -80,8 +74,7 @@ class QelRecordFields final : public Object {
   std::shared_ptr<QelRecordField> Item(const Variant& key) const;
   // The same, or null for an absent key.
   std::shared_ptr<QelRecordField> Find(const Variant& key) const;
-  // The field under a name in any case, or null; allocates nothing for names of up to 64
-  // characters.
+  // The field under a name in any case, or null; allocates nothing.
   std::shared_ptr<QelRecordField> FindName(TextView name) const;
   bool Exists(const Variant& key) const { return Find(key) != nullptr; }
   FieldList::const_iterator begin() const { return fields_.begin(); }
@@ -101,6 +94,8 @@ class QelRecordFields final : public Object {
 
  private:
   friend class QelRecordFieldsBuilder;
+  friend struct ParsedLayout;
+  struct NameIndex;  // the names of the fields, by keyed hash
 
   std::shared_ptr<QelRecordData> data_;
   Text layout_;

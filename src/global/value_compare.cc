@@ -1,4 +1,4 @@
-#include "qel/fields/value_compare.h"
+#include "qel/global/value_compare.h"
 
 #include <algorithm>
 
@@ -28,57 +28,55 @@ Text FromHostNumber(TextView text, char16_t decimal) {
   return out;
 }
 
-// The conversions of an omitted argument fail as the platform's do for a missing value.
-void RequirePresent(const Variant& value) {
-  if (value.IsEmpty()) RaiseRuntime(kErrTypeMismatch);
-}
-
 // Runs a conversion of `value`; its errors are chained under `prefix` with `tmpl` naming the
-// value.
+// value. A missing value (an argument not given, null here) cannot be converted and fails with
+// type mismatch (13) as the platform's conversions do; Empty is a value and converts as the
+// platform converts it ("" for texts, 0 for numbers, the zero date for dates).
 template <class F>
-Variant Converting(const Variant& value, TextView prefix, TextView tmpl, F&& body) {
+Variant Converting(const Variant* value, TextView prefix, TextView tmpl, F&& body) {
   try {
-    if (value.IsNull()) return Variant::Null();
-    RequirePresent(value);
-    return body();
+    if (value == nullptr) RaiseRuntime(kErrTypeMismatch);
+    if (value->IsNull()) return Variant::Null();
+    return body(*value);
   } catch (const Error& e) {
-    RaiseChained(e, prefix, tmpl, {value});
+    RaiseChained(e, prefix, tmpl, {value == nullptr ? Variant() : *value});
   }
 }
 
 }  // namespace
 
-Variant QelGlobal::CmpToText(const Variant& value, bool) const {
+Variant QelGlobal::CmpToText(const Variant* value, bool) const {
   return Converting(value, u"QelGlobal.CmpToText:",
                     u"El valor '%1' no se puede convertir a Texto%n%2",
-                    [&] { return Variant(Text(RTrim(CStr(value)))); });
+                    [](const Variant& v) { return Variant(Text(RTrim(CStr(v)))); });
 }
 
-Variant QelGlobal::CmpToNumber(const Variant& value, bool with_qel_format) const {
+Variant QelGlobal::CmpToNumber(const Variant* value, bool with_qel_format) const {
   return Converting(value, u"QelGlobal.CmpToNumber:",
-                    u"El valor '%1' no se puede convertir a Número%n%2", [&] {
-                      if (!value.IsText()) return Variant(CDec(value));
-                      const TextView text = Trim(value.Get<Text>());
-                      return Variant(CDec(with_qel_format ? Variant(FromHostNumber(text, decimal_))
-                                                          : Variant(text)));
+                    u"El valor '%1' no se puede convertir a Número%n%2", [&](const Variant& v) {
+                      if (!v.IsText()) return Variant(CDec(v));
+                      const TextView text = Trim(v.Get<Text>());
+                      return Variant(CDec(with_qel_format
+                                              ? Variant(FromHostNumber(text, DecimalSeparator()))
+                                              : Variant(text)));
                     });
 }
 
-Variant QelGlobal::CmpToDate(const Variant& value, bool) const {
+Variant QelGlobal::CmpToDate(const Variant* value, bool) const {
   return Converting(value, u"QelGlobal.CmpToDate:",
-                    u"El valor '%1' no se puede convertir a Fecha%n%2", [&] {
-                      if (!value.IsText()) return Variant(CDate(value));
-                      Text text(Trim(value.Get<Text>()));
+                    u"El valor '%1' no se puede convertir a Fecha%n%2", [](const Variant& v) {
+                      if (!v.IsText()) return Variant(CDate(v));
+                      Text text(Trim(v.Get<Text>()));
                       std::replace(text.begin(), text.end(), u'/', u'-');
                       if (EqualsNoCase(text, u"00-00-0000")) return Variant::Null();
                       return Variant(CDate(Variant(std::move(text))));
                     });
 }
 
-Variant QelGlobal::CmpToRut(const Variant& value, bool) const {
+Variant QelGlobal::CmpToRut(const Variant* value, bool) const {
   return Converting(value, u"QelGlobal.CmpToRut:",
-                    u"El valor '%1' no se puede convertir a RUT%n%2", [&] {
-                      Text dashed = CRut(value, 0);  // digits, "-", check character
+                    u"El valor '%1' no se puede convertir a RUT%n%2", [](const Variant& v) {
+                      Text dashed = CRut(v, 0);  // digits, "-", check character
                       dashed.resize(dashed.size() - 2);
                       return Variant(CDec(Variant(std::move(dashed))));
                     });
@@ -86,6 +84,11 @@ Variant QelGlobal::CmpToRut(const Variant& value, bool) const {
 
 Variant QelGlobal::QelConvert(const QelRecordField& field, const Variant& value,
                               bool with_qel_format) const {
+  return Convert(field, &value, with_qel_format);
+}
+
+Variant QelGlobal::Convert(const QelRecordField& field, const Variant* value,
+                           bool with_qel_format) const {
   switch (field.DataType()) {
     case qelTypeText:
     case qelTypeAlpha:
@@ -103,15 +106,20 @@ Variant QelGlobal::QelConvert(const QelRecordField& field, const Variant& value,
   }
 }
 
-int32_t QelGlobal::QelCompare(const QelRecordField& field, int32_t index1, const Variant& value2,
-                              int32_t index2) const {
+int32_t QelGlobal::QelCompare(const QelRecordField& field, int32_t index1,
+                              const std::optional<Variant>& value2, int32_t index2) const {
   try {
-    Variant other = value2;
-    if (auto* other_field = dynamic_cast<const QelRecordField*>(value2.AsObject().get())) {
-      other = other_field->Value(index2);
+    // The second value as given (not copied), or the value of the field it holds.
+    const Variant* other = value2 ? &*value2 : nullptr;
+    Variant other_field_value;
+    if (other != nullptr && other->IsObject()) {
+      if (auto* other_field = dynamic_cast<const QelRecordField*>(other->AsObject().get())) {
+        other_field_value = other_field->Value(index2);
+        other = &other_field_value;
+      }
     }
     const Variant first = QelConvert(field, field.Value(index1), true);
-    const Variant second = QelConvert(field, other, true);
+    const Variant second = Convert(field, other, true);
     if (first.IsNull() || second.IsNull()) {
       return first.IsNull() == second.IsNull() ? 0 : (first.IsNull() ? -1 : 1);
     }
@@ -133,7 +141,7 @@ int32_t QelGlobal::QelCompare(const QelRecordField& field, int32_t index1, const
 Decimal QelGlobal::ToDecimal(const Variant& value) const {
   try {
     if (!value.IsText()) return CDec(value);
-    return CDec(Variant(FromHostNumber(Trim(value.Get<Text>()), decimal_)));
+    return CDec(Variant(FromHostNumber(Trim(value.Get<Text>()), DecimalSeparator())));
   } catch (const Error& e) {
     RaiseChained(e, u"QelGlobal.ToDecimal:", u"El valor '%1' no se puede convertir a Número%n%2",
                  {value});
@@ -156,8 +164,8 @@ Variant QelConvert(const QelRecordField& field, const Variant& value, bool with_
   return QelGlobal::Instance()->QelConvert(field, value, with_qel_format);
 }
 
-int32_t QelCompare(const QelRecordField& field, int32_t index1, const Variant& value2,
-                   int32_t index2) {
+int32_t QelCompare(const QelRecordField& field, int32_t index1,
+                   const std::optional<Variant>& value2, int32_t index2) {
   return QelGlobal::Instance()->QelCompare(field, index1, value2, index2);
 }
 

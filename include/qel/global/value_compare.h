@@ -17,14 +17,16 @@
 // "QelGlobal.QelCompare:QelGlobal.CmpToRut:QelStd1.CRut:InvalidParity". QelConvert of a list
 // begin or end raises E_INVALIDARG, source "QelGlobal.QelConvert", "No se puede convertir el
 // campo '%1'"; otherwise QelConvert passes the conversions' errors on untouched.
-#ifndef QEL_FIELDS_VALUE_COMPARE_H_
-#define QEL_FIELDS_VALUE_COMPARE_H_
+#ifndef QEL_GLOBAL_VALUE_COMPARE_H_
+#define QEL_GLOBAL_VALUE_COMPARE_H_
 
 #include <cstdint>
+#include <optional>
 
-#include "qel/fields/qel_global.h"
+#include "qel/global/qel_global.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/frame/decimal.h"
+#include "qel/frame/export.h"
 #include "qel/frame/variant.h"
 
 namespace qel {
@@ -37,23 +39,24 @@ namespace qel {
 //  - date: a text is trimmed with "/" turned into "-"; "00-00-0000" gives Null; then CDate;
 //  - RUT: the digits of CRut(value, 0) as a Decimal; the check character is verified but
 //    takes no part in the result.
-Variant QelConvert(const QelRecordField& field, const Variant& value,
+QEL_EXPORT Variant QelConvert(const QelRecordField& field, const Variant& value,
                    bool with_qel_format = false);
 
 // -1, 0 or 1: `field`'s value at `index1` against `value2`, or against the value at `index2`
 // of the field `value2` holds. Both sides are converted by `field`'s type with the host number
-// style. An omitted `value2` (Empty) cannot be converted and fails with type mismatch (13).
-int32_t QelCompare(const QelRecordField& field, int32_t index1 = 1,
-                   const Variant& value2 = Variant(), int32_t index2 = 1);
+// style. An omitted `value2` (nullopt) cannot be converted and fails with type mismatch (13);
+// Empty is a value and converts like any other ("" for texts, 0 for numbers).
+QEL_EXPORT int32_t QelCompare(const QelRecordField& field, int32_t index1 = 1,
+                   const std::optional<Variant>& value2 = std::nullopt, int32_t index2 = 1);
 
 // A text in the host number style ("-1.234,50", blanks around allowed) or any numeric value as
 // a Decimal. Null fails (94).
-Decimal ToDecimal(const Variant& value);
+QEL_EXPORT Decimal ToDecimal(const Variant& value);
 
 // -1, 0 or 1. Two texts compare by character code with trailing blanks ignored ("AB" equals
 // "AB   ", " AB" sorts before "AB"); any other pair compares as numbers by ToDecimal.
-int32_t CobolCompare(const Variant& value1, const Variant& value2);
+QEL_EXPORT int32_t CobolCompare(const Variant& value1, const Variant& value2);
 
 }  // namespace qel
 
-#endif  // QEL_FIELDS_VALUE_COMPARE_H_
+#endif  // QEL_GLOBAL_VALUE_COMPARE_H_

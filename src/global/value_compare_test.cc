@@ -1,4 +1,4 @@
-#include "qel/fields/value_compare.h"
+#include "qel/global/value_compare.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -42,11 +42,18 @@ class ValueCompare : public ::testing::Test {
 
 // ---- QelConvert ---------------------------------------------------------------------------
 
-TEST_F(ValueCompare, ReadsTheUsersDecimalSeparatorOnceAtCreation) {
+// Read once per locale: a locale set for the thread is a new reading.
+TEST_F(ValueCompare, ReadsTheDecimalSeparatorAgainAfterANewLocale) {
   EXPECT_EQ(global_.DecimalSeparator(), u',');
-  testing::ScopedLocale us("en_US.UTF-8");
+  EXPECT_EQ(ToUtf8(CStr(global_.ToDecimal("1.234,5"))), "1234,5");
+  {
+    testing::ScopedLocale us("en_US.UTF-8");
+    EXPECT_EQ(global_.DecimalSeparator(), u'.');
+    EXPECT_EQ(ToUtf8(CStr(global_.ToDecimal("1.234,5"))), "1234.5");
+    EXPECT_EQ(global_.CobolCompare(1234.5, "1.234,5"), 0);
+  }
   EXPECT_EQ(global_.DecimalSeparator(), u',');
-  EXPECT_EQ(QelGlobal().DecimalSeparator(), u'.');
+  EXPECT_EQ(global_.CobolCompare(1234.5, "1.234,5"), 0);
 }
 
 TEST_F(ValueCompare, ConvertsNumbersInTheHostStyleOnlyWhenAsked) {
@@ -87,13 +94,22 @@ TEST_F(ValueCompare, ConvertsRutsToTheirDigits) {
             "no se puede convertir a RUT\r\nRUT '12345678-4' con dígito verificador incorrecto");
 }
 
-TEST_F(ValueCompare, NullConvertsToNullAndAMissingValueFails) {
+// Empty is a value: it converts as the platform converts it, unlike a missing one.
+TEST_F(ValueCompare, NullConvertsToNullAndEmptyAsThePlatformConvertsIt) {
   for (const char* d : {"X:4:T", "A:4:A", "N:4:N", "S:4:S", "D:8:D", "R:10.1:R"}) {
     EXPECT_EQ(Convert(d, Variant::Null()), "Null") << d;
   }
-  EXPECT_EQ(ErrorOf([&] { Convert("X:4:T", Variant()); }),
-            "13|QelGlobal.CmpToText:QelStd1|El valor '' no se puede convertir a "
-            "Texto\r\nNo coinciden los tipos");
+  const struct {
+    const char* descriptor;
+    const char* converted;
+  } empty[] = {
+      {"X:4:T", "8:"}, {"A:4:A", "8:"}, {"N:4:N", "14:0"}, {"S:4:S", "14:0"},
+      {"D:8:D", "7:30-12-1899"},
+  };
+  for (const auto& c : empty) EXPECT_EQ(Convert(c.descriptor, Variant()), c.converted);
+  EXPECT_EQ(global_.QelCompare(*Field("X:4:T", ""), 1, Variant()), 0);
+  EXPECT_EQ(global_.QelCompare(*Field("N:4:N", 0), 1, Variant()), 0);
+  EXPECT_EQ(global_.QelCompare(*Field("N:4:N", 1), 1, Variant()), 1);
 }
 
 TEST_F(ValueCompare, ListFieldsCannotBeConverted) {
@@ -123,8 +139,8 @@ TEST_F(ValueCompare, ComparesByTheFieldsType) {
       {"D:8:D", day, "13-03-2005", -1},     {"D:8:D", day, *MakeDate({2004, 12, 31}), 1},
       {"R:10.1:R", "12345678-5", "9.999.999-3", 1},  // 9999999 < 12345678 as numbers
       {"R:10.1:R", "12345678-5", "12345678", 0},     // the check character is ignored
-      {"N:4:N", Variant::Null(), "5", -1},  {"N:4:N", 5, Variant::Null(), 1},
-      {"N:4:N", Variant::Null(), Variant::Null(), 0},
+      {"D:8:D", Variant::Null(), "5-1-2000", -1},  {"N:4:N", 5, Variant::Null(), 1},
+      {"D:8:D", Variant::Null(), Variant::Null(), 0},
       {"D:8:D", Variant::Null(), "00/00/0000", 0},
   };
   for (const auto& c : cases) {
