@@ -218,9 +218,12 @@ TEST(LinkRecord, ForUrlEncodesThePlainFields) {
   r.EndLayout(true);
   r.Fields()->Item(u"NAME")->SetValue(u"ANA");
   r.Fields()->Item(u"AGE")->SetValue(30);
-  EXPECT_EQ(r.ForURL(), u"NAME=ANA&AGE=30");
+  r.Fields()->Item(u"X")->SetValue(u"k", 2);
+  // A list begin's value is its group's text and a list end's is Null (empty here); the
+  // members are not written.
+  EXPECT_EQ(r.ForURL(), u"NAME=ANA&AGE=30&L=+k&L=");
   r.Fields()->Item(u"NAME")->SetValue(u"Ana & Ñu");
-  EXPECT_EQ(r.ForURL(), u"NAME=Ana+%26+%D1u&AGE=30");
+  EXPECT_EQ(r.ForURL(), u"NAME=Ana+%26+%D1u&AGE=30&L=+k&L=");
 }
 
 }  // namespace

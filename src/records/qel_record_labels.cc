@@ -1,32 +1,23 @@
 #include "qel/records/qel_record_labels.h"
 
-#include <iterator>
+#include <map>
 
+#include "frame/unit_scan.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
+#include "records/qel_record_labels_internal.h"
 
 namespace qel {
 
-ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
-  const int32_t k = ToLongOr(key, 0);
-  if (k > qelLabelCodeBase) {
-    for (size_t i = 0; i < labels_.size(); ++i) {
-      if (labels_[i]->Code() == k) return static_cast<ptrdiff_t>(i);
-    }
-    return -1;
-  }
-  if (k >= 1 && static_cast<size_t>(k) <= labels_.size()) return k - 1;
-  return -1;
-}
-
-QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
-  Insert(code).SetValue(u"");
-  return labels_.back();
-}
+// Codes come from outside (any character of a link text), so the index is ordered rather than
+// hashed: its cost per label stays logarithmic whatever codes arrive.
+struct QelRecordLabels::CodeIndex {
+  std::map<int32_t, QelRecordLabelPtr> labels;
+};
 
 namespace {
 
-// The refusals, kept out of Insert so that its common path stays short.
+// The refusals, kept out of the common paths.
 [[noreturn, gnu::noinline, gnu::cold]] void RefuseCode(int32_t code) {
   RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
              {code});
@@ -39,49 +30,68 @@ namespace {
                {code});
 }
 
+bool HoldsSeparator(TextView value) {
+  return internal::FindEitherUnit(value, kLabelSeparator, kHeaderSeparator) !=
+         TextView::npos;
+}
+
+[[noreturn, gnu::noinline, gnu::cold]] void RefuseSeparator(int32_t code) {
+  RaiseError(E_INVALIDARG, u"QelRecordLabel.Value",
+             u"El valor del Label '%1' no puede contener los separadores del registro "
+             u"(caracteres 28 y 29)",
+             {code});
+}
+
 }  // namespace
+
+void QelRecordLabel::SetValue(TextView value) {
+  if (HoldsSeparator(value)) RefuseSeparator(code_);
+  AssignText(value_, value);
+}
+
+QelRecordLabels::QelRecordLabels() : by_code_(std::make_unique<CodeIndex>()) {}
+
+QelRecordLabels::~QelRecordLabels() = default;
+
+ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
+  const int32_t k = ToLongOr(key, 0);
+  if (k > qelLabelCodeBase) {
+    const auto it = by_code_->labels.find(k);
+    if (it == by_code_->labels.end()) return -1;
+    // Found by code: its position, from the back, where the labels just added are.
+    for (size_t i = labels_.size(); i-- > 0;) {
+      if (labels_[i] == it->second) return static_cast<ptrdiff_t>(i);
+    }
+    return -1;
+  }
+  if (k >= 1 && static_cast<size_t>(k) <= labels_.size()) return k - 1;
+  return -1;
+}
 
 QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
   if (code <= qelLabelCodeBase) RefuseCode(code);
-  for (const auto& l : labels_) {
-    if (l->Code() == code) RefuseDuplicate(code);
-  }
-  // Spares come back in the order they had, so the next one is tried first.
-  if (next_spare_ < spare_.size() && Reusable(spare_[next_spare_], code)) {
-    labels_.push_back(std::move(spare_[next_spare_++]));
-    return *labels_.back();
-  }
-  for (auto& spare : spare_) {
-    if (Reusable(spare, code)) {
-      labels_.push_back(std::move(spare));
-      return *labels_.back();
-    }
-  }
-  labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  auto label = std::make_shared<QelRecordLabel>(code);
+  if (!by_code_->labels.emplace(code, label).second) RefuseDuplicate(code);
+  labels_.push_back(std::move(label));
   return *labels_.back();
 }
 
-bool QelRecordLabels::Reusable(const QelRecordLabelPtr& spare, int32_t code) {
-  // A label a client still holds must keep its value: it is not used again.
-  return spare && spare->Code() == code && spare.use_count() == 1;
+QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
+  Insert(code);
+  return labels_.back();
 }
 
 void QelRecordLabels::Clear() {
-  spare_.clear();
-  spare_.swap(labels_);
-  next_spare_ = 0;
-}
-
-void QelRecordLabels::DropFrom(size_t count) {
-  if (count == 0) return Clear();
-  spare_.clear();
-  const auto first = labels_.begin() + static_cast<ptrdiff_t>(count);
-  spare_.assign(std::make_move_iterator(first), std::make_move_iterator(labels_.end()));
-  labels_.erase(first, labels_.end());
-  next_spare_ = 0;
+  labels_.clear();
+  by_code_->labels.clear();
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
+  const int32_t k = ToLongOr(key, 0);
+  if (k > qelLabelCodeBase) {
+    const auto it = by_code_->labels.find(k);
+    return it == by_code_->labels.end() ? nullptr : it->second;
+  }
   const ptrdiff_t i = Find(key);
   return i < 0 ? nullptr : labels_[static_cast<size_t>(i)];
 }
@@ -89,6 +99,7 @@ QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
 bool QelRecordLabels::Remove(const Variant& key) {
   const ptrdiff_t i = Find(key);
   if (i < 0) return false;
+  by_code_->labels.erase(labels_[static_cast<size_t>(i)]->Code());
   labels_.erase(labels_.begin() + i);
   return true;
 }
@@ -105,8 +116,17 @@ void QelRecordLabels::SetValue(const Variant& key, const Variant& value) {
     return;
   }
   auto label = Item(key);
-  if (!label) label = Add(ToLongOr(key, 0));
-  label->SetValue(text);
+  if (label) {
+    label->SetValue(text);
+    return;
+  }
+  // Checked before the label is added, so a refused value adds nothing.
+  if (HoldsSeparator(text)) RefuseSeparator(ToLongOr(key, 0));
+  Add(ToLongOr(key, 0))->SetValue(text);
+}
+
+void QelRecordLabelsInternal::AddLoaded(QelRecordLabels& labels, int32_t code, TextView value) {
+  AssignText(labels.Insert(code).value_, value);
 }
 
 }  // namespace qel
