@@ -3,6 +3,7 @@ list(APPEND QEL_SOURCES
   src/frame/date.cc
   src/frame/decimal.cc
   src/frame/error.cc
+  src/frame/keyed_hash.cc
   src/frame/locale.cc
   src/frame/log.cc
   src/frame/number_format.cc
@@ -17,6 +18,7 @@ list(APPEND QEL_TESTS
   src/frame/convert_test.cc
   src/frame/decimal_test.cc
   src/frame/error_test.cc
+  src/frame/keyed_hash_test.cc
   src/frame/number_format_test.cc
   src/frame/text_test.cc
   src/frame/unit_scan_test.cc
