@@ -8,7 +8,7 @@ packages=(
   clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev nlohmann-json3-dev
   pybind11-dev python3-dev python3-pytest
-  libssl-dev zlib1g-dev
+  libssl-dev zlib1g-dev libglib2.0-dev shared-mime-info
   locales
 )
 
