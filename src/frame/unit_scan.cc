@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "frame/char_class.h"
 #include "frame/unit_scan_testing.h"
 
 #if defined(__x86_64__)
@@ -42,10 +43,7 @@ size_t TrimmedEndScalar(const char16_t* p, size_t n) {
   return n;
 }
 
-bool IsAsciiWordUnit(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
-         c == u'_';
-}
+bool IsAsciiWordUnit(char16_t c) { return IsAsciiLetter(c) || IsDigit(c) || c == u'_'; }
 
 size_t SkipAsciiWordScalar(const char16_t* p, size_t n, size_t i) {
   while (i < n && IsAsciiWordUnit(p[i])) ++i;

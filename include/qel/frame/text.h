@@ -13,6 +13,8 @@
 #include <string>
 #include <string_view>
 
+#include "qel/frame/export.h"
+
 namespace qel {
 
 using Text = std::u16string;
@@ -24,7 +26,7 @@ Text FromUtf8(std::string_view utf8);
 std::string ToUtf8(TextView text);
 // True when FromUtf8 would find no malformed sequence (no overlong forms, no surrogates, nothing
 // above U+10FFFF).
-bool IsValidUtf8(std::string_view bytes);
+QEL_EXPORT bool IsValidUtf8(std::string_view bytes);
 
 // Windows-1252 <-> UTF-16. A character that code page cannot represent becomes "?".
 // The five bytes 1252 leaves undefined (0x81 0x8D 0x8F 0x90 0x9D) map to the same code points.
@@ -57,7 +59,7 @@ Text LeftJustify(TextView text, TextView fill, int32_t width);
 Text QuoteText(TextView text);
 
 // to = from, reusing to's buffer when it has room; `from` may be a view into `to` itself.
-void AssignText(Text& to, TextView from);
+QEL_EXPORT void AssignText(Text& to, TextView from);
 
 }  // namespace qel
 
