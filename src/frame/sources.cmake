@@ -20,6 +20,7 @@ list(APPEND QEL_TESTS
   src/frame/error_test.cc
   src/frame/keyed_hash_test.cc
   src/frame/number_format_test.cc
+  src/frame/object_test.cc
   src/frame/text_test.cc
   src/frame/unit_scan_test.cc
   src/frame/url_encode_test.cc)

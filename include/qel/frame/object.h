@@ -38,6 +38,10 @@ class Event {
   Event() = default;
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
+  // A raise under way skips the handlers that have not run yet.
+  ~Event() {
+    for (const auto& entry : handlers_) entry->connected = false;
+  }
 
   // Returns a handle for Disconnect; never 0.
   uint64_t Connect(Handler h) {
