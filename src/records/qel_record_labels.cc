@@ -9,10 +9,15 @@
 
 namespace qel {
 
-// Codes come from outside (any character of a link text), so the index is ordered rather than
-// hashed: its cost per label stays logarithmic whatever codes arrive.
+// The labels by code, kept only while there are more than kUnindexed labels: a record carries
+// a handful, which a scan finds sooner than any index and without allocating, while a text
+// from outside may carry one label per code character (65,535), which would make the scans
+// quadratic. Codes come from outside, so the index is ordered rather than hashed: its cost
+// per label stays logarithmic whatever codes arrive. Either way adding n labels costs
+// O(n log n).
 struct QelRecordLabels::CodeIndex {
-  std::map<int32_t, QelRecordLabelPtr> labels;
+  static constexpr size_t kUnindexed = 16;
+  std::map<int32_t, QelRecordLabelPtr> labels;  // empty while unindexed
 };
 
 namespace {
@@ -56,11 +61,9 @@ QelRecordLabels::~QelRecordLabels() = default;
 ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
   const int32_t k = ToLongOr(key, 0);
   if (k > qelLabelCodeBase) {
-    const auto it = by_code_->labels.find(k);
-    if (it == by_code_->labels.end()) return -1;
-    // Found by code: its position, from the back, where the labels just added are.
+    if (!by_code_->labels.empty() && !by_code_->labels.contains(k)) return -1;
     for (size_t i = labels_.size(); i-- > 0;) {
-      if (labels_[i] == it->second) return static_cast<ptrdiff_t>(i);
+      if (labels_[i]->Code() == k) return static_cast<ptrdiff_t>(i);
     }
     return -1;
   }
@@ -70,9 +73,20 @@ ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
 
 QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
   if (code <= qelLabelCodeBase) RefuseCode(code);
-  auto label = std::make_shared<QelRecordLabel>(code);
-  if (!by_code_->labels.emplace(code, label).second) RefuseDuplicate(code);
-  labels_.push_back(std::move(label));
+  auto& index = by_code_->labels;
+  if (!index.empty()) {
+    if (index.contains(code)) RefuseDuplicate(code);
+  } else {
+    for (const auto& l : labels_) {
+      if (l->Code() == code) RefuseDuplicate(code);
+    }
+  }
+  labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  if (!index.empty()) {
+    index.emplace(code, labels_.back());
+  } else if (labels_.size() > CodeIndex::kUnindexed) {
+    for (const auto& l : labels_) index.emplace(l->Code(), l);
+  }
   return *labels_.back();
 }
 
@@ -88,7 +102,7 @@ void QelRecordLabels::Clear() {
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
   const int32_t k = ToLongOr(key, 0);
-  if (k > qelLabelCodeBase) {
+  if (k > qelLabelCodeBase && !by_code_->labels.empty()) {
     const auto it = by_code_->labels.find(k);
     return it == by_code_->labels.end() ? nullptr : it->second;
   }
@@ -101,6 +115,7 @@ bool QelRecordLabels::Remove(const Variant& key) {
   if (i < 0) return false;
   by_code_->labels.erase(labels_[static_cast<size_t>(i)]->Code());
   labels_.erase(labels_.begin() + i);
+  if (labels_.size() <= CodeIndex::kUnindexed) by_code_->labels.clear();
   return true;
 }
 

@@ -79,5 +79,24 @@ TEST(QelRecordLabels, ALabelHeldByAClientOutlivesClear) {
 
 }
 
+// Beyond a handful of labels the collection finds them through an index: the same answers.
+TEST(QelRecordLabels, ManyLabelsAnswerAsFewDo) {
+  QelRecordLabels labels;
+  for (int32_t i = 0; i < 40; ++i) labels.SetValue(qelLabelCodeBase + 1 + i, Text(1, u'a' + i % 26));
+  EXPECT_EQ(labels.Count(), 40);
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 30); }).Number(), kErrDuplicateKey);
+  EXPECT_EQ(labels.Item(qelLabelCodeBase + 30), labels.Item(30));
+  for (int32_t i = 40; i > 10; --i) {
+    ASSERT_TRUE(labels.Remove(qelLabelCodeBase + i));
+    ASSERT_FALSE(labels.Exists(qelLabelCodeBase + i));
+  }
+  EXPECT_EQ(labels.Count(), 10);
+  EXPECT_EQ(labels.Value(qelLabelCodeBase + 10), u"j");
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 3); }).Number(), kErrDuplicateKey);
+  for (int32_t i = 11; i <= 30; ++i) labels.Add(qelLabelCodeBase + i);  // indexed again
+  EXPECT_EQ(labels.Item(30)->Code(), qelLabelCodeBase + 30);
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 3); }).Number(), kErrDuplicateKey);
+}
+
 }  // namespace
 }  // namespace qel

@@ -123,8 +123,7 @@ class QelRecordLabels final : public Object {
   QelRecordLabel& Insert(int32_t code);
 
   std::vector<QelRecordLabelPtr> labels_;
-  // The labels by code, so that adding and finding by code cost the same however many
-  // labels there are.
+  // The labels by code once there are many, so that adding many labels is not quadratic.
   std::unique_ptr<CodeIndex> by_code_;
 };
 
