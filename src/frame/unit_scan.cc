@@ -1,8 +1,9 @@
 // The unit scans, level by level, and the one table that picks among them.
 //
 // Every vector version reads whole blocks while they fit inside the text and leaves the rest
-// to the plain loop (AVX-512 finishes under a mask instead), so no version reads outside the
-// text. A level's table may reuse a lower level's version where a wider one does not pay.
+// to the next narrower version, so no version reads outside the text. A level's table reuses a
+// lower level's version where a wider one does not pay. There is no AVX-512 level: on the
+// records benchmark it did not beat AVX2 (bench/README.md, Records).
 #include "frame/unit_scan.h"
 
 #include <atomic>
@@ -133,26 +134,6 @@ __attribute__((target("avx2"))) size_t TrimmedEndAvx2(const char16_t* p, size_t 
 
 constexpr ScanTable kAvx2Table = {FindEitherAvx2, TrimmedEndAvx2, SkipAsciiWordSse2};
 
-// ---- AVX-512BW: 32 units a block, the last ones under a mask ----------------------------------
-
-__attribute__((target("avx512f,avx512bw"))) size_t FindEitherAvx512(const char16_t* p,
-                                                                    size_t n, size_t i,
-                                                                    char16_t a, char16_t b) {
-  const __m512i na = _mm512_set1_epi16(static_cast<short>(a));
-  const __m512i nb = _mm512_set1_epi16(static_cast<short>(b));
-  for (; i < n; i += 32) {
-    const __mmask32 lanes =
-        n - i >= 32 ? ~__mmask32{0} : static_cast<__mmask32>((uint64_t{1} << (n - i)) - 1);
-    const __m512i x = _mm512_maskz_loadu_epi16(lanes, p + i);
-    const __mmask32 hit = _mm512_mask_cmpeq_epi16_mask(lanes, x, na) |
-                          _mm512_mask_cmpeq_epi16_mask(lanes, x, nb);
-    if (hit != 0) return i + static_cast<size_t>(__builtin_ctz(hit));
-  }
-  return TextView::npos;
-}
-
-constexpr ScanTable kAvx512Table = {FindEitherAvx512, TrimmedEndAvx2, SkipAsciiWordSse2};
-
 #endif  // __x86_64__
 
 const ScanTable& TableOf(ScanLevel level) {
@@ -162,8 +143,6 @@ const ScanTable& TableOf(ScanLevel level) {
       return kSse2Table;
     case ScanLevel::kAvx2:
       return kAvx2Table;
-    case ScanLevel::kAvx512:
-      return kAvx512Table;
 #endif
     default:
       return kScalarTable;
@@ -172,7 +151,6 @@ const ScanTable& TableOf(ScanLevel level) {
 
 ScanLevel BestLevel() {
 #if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx512bw")) return ScanLevel::kAvx512;
   if (__builtin_cpu_supports("avx2")) return ScanLevel::kAvx2;
   return ScanLevel::kSse2;
 #else
@@ -217,15 +195,13 @@ const char* ForTestingScanLevelName(ScanLevel level) {
       return "sse2";
     case ScanLevel::kAvx2:
       return "avx2";
-    case ScanLevel::kAvx512:
-      return "avx512";
   }
   return "?";
 }
 
 std::vector<ScanLevel> ForTestingScanLevels() {
   std::vector<ScanLevel> levels = {ScanLevel::kScalar};
-  for (auto level : {ScanLevel::kSse2, ScanLevel::kAvx2, ScanLevel::kAvx512}) {
+  for (auto level : {ScanLevel::kSse2, ScanLevel::kAvx2}) {
     if (level <= BestLevel()) levels.push_back(level);
   }
   return levels;

@@ -1,7 +1,7 @@
 // Scans over UTF-16 code units that the parsers of outside text share: finding a separator,
 // the end of a text without its trailing blanks, the end of a run of ASCII name characters.
 //
-// Each scan has a plain version and vector versions (SSE2, AVX2, AVX-512BW); one table per
+// Each scan has a plain version and vector versions (SSE2, AVX2); one table per
 // level holds them, and the table of the best level the processor runs is picked once, at the
 // first scan. Every version gives the same answer as the plain one. Stateless and thread-safe.
 #ifndef QEL_SRC_FRAME_UNIT_SCAN_H_

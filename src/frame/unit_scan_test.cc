@@ -27,7 +27,7 @@ Text Mixed(size_t n) {
 }
 
 // Every level this processor runs, each against the plain answers, over lengths and offsets
-// that put the unit looked for in every lane of the 8-, 16- and 32-unit blocks and in the
+// that put the unit looked for in every lane of the 8- and 16-unit blocks and in the
 // tails after them.
 TEST(UnitScans, EveryLevelAgreesWithThePlainAnswer) {
   const Text mixed = Mixed(100);

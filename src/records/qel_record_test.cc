@@ -325,11 +325,12 @@ TEST(QelRecordData, HandlersThatChangeWhatIsBeingNotified) {
     int calls = 0;
     uint64_t others[2] = {0, 0};
     auto client = r->Fields()->Item(u"CLIENT");
-    const auto handler = [&, raw = r.get(), client](int32_t) {
+    // Raw pointers: a handler that held its field would keep it alive for ever.
+    const auto handler = [&, raw = r.get(), field = client.get()](int32_t) {
       ++calls;
       if (what == 0) raw->Clear();
       if (what == 1) raw->SetLayout(raw->Layout());
-      if (what == 2) client->Change.Disconnect(others[0]), client->Change.Disconnect(others[1]);
+      if (what == 2) field->Change.Disconnect(others[0]), field->Change.Disconnect(others[1]);
       if (what == 3) raw->Fields()->Clear();
     };
     others[0] = client->Change.Connect(handler);
