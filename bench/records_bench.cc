@@ -3,6 +3,7 @@
 // Workloads:
 //   Floor                 copying the serialised record text into a new string
 //   SerializeUnSerialize  Serialize, then UnSerialize into a second record (no field access)
+//   SerializeUnSerializeAtLevel  the same with the unit scans forced to each level
 //   Serialize             Serialize alone
 //   UnSerialize           UnSerialize alone, of a text made once
 //   FillSerialize         every field and occurrence set through Value, then Serialize
@@ -14,6 +15,7 @@
 // The header carries two labels; the data is the layout's 804 characters.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +24,7 @@
 #include <vector>
 
 #include "bench_layout.h"
+#include "frame/unit_scan_testing.h"
 #include "qel/fields/field_types.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
@@ -105,6 +108,22 @@ void BM_SerializeUnSerialize(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_SerializeUnSerialize);
+
+// The pair with the unit scans forced to one level: 0 plain, 1 SSE2, 2 AVX2.
+void BM_SerializeUnSerializeAtLevel(benchmark::State& state) {
+  const auto level = static_cast<qel::internal::ScanLevel>(state.range(0));
+  const auto levels = qel::internal::ForTestingScanLevels();
+  if (std::find(levels.begin(), levels.end(), level) == levels.end()) {
+    state.SkipWithError("level not run by this processor");
+    return;
+  }
+  qel::internal::ForTestingScopedScanLevel forced(level);
+  auto& f = F();
+  for (auto _ : state) f.other->UnSerialize(f.record->Serialize());
+  state.SetItemsProcessed(state.iterations());
+  state.SetLabel(qel::internal::ForTestingScanLevelName(level));
+}
+BENCHMARK(BM_SerializeUnSerializeAtLevel)->DenseRange(0, 2);
 
 // The two halves of the pair, apart.
 void BM_Serialize(benchmark::State& state) {

@@ -14,6 +14,7 @@
 // was made with.
 #include "qel/fields/qel_record_fields.h"
 
+#include <algorithm>
 #include <deque>
 #include <limits>
 #include <string_view>
@@ -313,12 +314,8 @@ void QelRecordFieldsBuilder::IndexLists(ParsedLayout* layout) {
 void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields* out) {
   QelRecordFields::FieldList fields;
   fields.reserve(layout.prototypes.size());
-  // A tally of their own for the new fields: fields of the old layout that clients still hold
-  // keep counting into the old one.
-  out->listeners_ = std::make_shared<int64_t>(0);
   for (const auto& p : layout.prototypes) {
     fields.push_back(Internal::Clone(*p, out->data_));
-    fields.back()->Change.CountInto(out->listeners_);
   }
   for (size_t l = 0; l < layout.lists.size(); ++l) {
     const ListSpan& list = layout.lists[l];
@@ -328,7 +325,6 @@ void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields*
     group->length_ = begin.Length();
     group->fields_.assign(fields.begin() + list.begin + 1, fields.begin() + list.end);
     group->index_ = layout.list_indexes[l];
-    group->listeners_ = out->listeners_;
     Internal::SetListFields(begin, std::move(group));
   }
   out->fields_ = std::move(fields);
@@ -344,6 +340,10 @@ QelRecordFields::QelRecordFields() : QelRecordFields(std::make_shared<QelRecordD
 QelRecordFields::QelRecordFields(std::shared_ptr<QelRecordData> data) : data_(std::move(data)) {}
 
 void QelRecordFields::SetLayout(TextView text) {
+  if (text.empty()) {  // the layout of a record without fields, as a cleared one has
+    Clear();
+    return;
+  }
   std::shared_ptr<const ParsedLayout> layout = Verified().Find(text);
   if (!layout) {
     layout = QelRecordFieldsBuilder::Parse(text);
@@ -394,8 +394,11 @@ void QelRecordFields::SetRecordData(std::shared_ptr<QelRecordData> data) {
 }
 
 void QelRecordFields::NotifyDataChanged() {
-  if (!listeners_ || *listeners_ == 0) return;
-  for (const auto& f : fields_) f->NotifyDataChanged();
+  const auto listened = [](const auto& f) { return !f->Change.empty(); };
+  if (std::none_of(fields_.begin(), fields_.end(), listened)) return;
+  // A handler may clear or replace the fields: the ones told are a snapshot, kept alive.
+  const FieldList snapshot = fields_;
+  for (const auto& f : snapshot) f->NotifyDataChanged();
 }
 
 }  // namespace qel

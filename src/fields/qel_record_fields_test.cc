@@ -172,7 +172,6 @@ TEST_F(FieldsTest, RefusesDamagedTextsAndKeepsItsFields) {
       {replace("\r\nCS:152:CLIENTE:" + digest, ""), "QelRecordFields.Layout:Checksum"},
       {client_.substr(0, client_.size() / 2), "QelRecordFields.Layout:Checksum"},
       {u"garbage", "QelRecordFields.Layout:Header"},
-      {u"", "QelRecordFields.Layout:Header"},
       {replace("SD:1.0:", "SD:2.0:"), "QelRecordFields.Layout:Header"},
       // Lines that another writer digested as they stand.
       {Signature("C", {"D:7:FECHA"}, 7),

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/testing.h"
+
 #include "qel/frame/convert.h"
 
 namespace qel {

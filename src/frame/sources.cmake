@@ -12,6 +12,7 @@ list(APPEND QEL_SOURCES
   src/frame/object.cc
   src/frame/template.cc
   src/frame/text.cc
+  src/frame/unit_scan.cc
   src/frame/url_encode.cc
   src/frame/variant.cc)
 list(APPEND QEL_TESTS
@@ -20,5 +21,7 @@ list(APPEND QEL_TESTS
   src/frame/error_test.cc
   src/frame/keyed_hash_test.cc
   src/frame/number_format_test.cc
+  src/frame/object_test.cc
   src/frame/text_test.cc
+  src/frame/unit_scan_test.cc
   src/frame/url_encode_test.cc)

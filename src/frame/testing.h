@@ -13,6 +13,13 @@
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 
+namespace qel {
+
+// Literals written in UTF-8 source as library text: T("año"). Test code only.
+inline Text T(std::string_view utf8) { return FromUtf8(utf8); }
+
+}  // namespace qel
+
 namespace qel::testing {
 
 // Pins the calling thread's locale for the life of the object.

@@ -32,6 +32,33 @@ TEST(Encodings, Utf8RoundTripIncludingAstralAndMalformed) {
   EXPECT_EQ(ToUtf8(Text(1, char16_t(0xD800))), "\xEF\xBF\xBD");
 }
 
+// The validator accepts exactly what FromUtf8 decodes without a replacement character.
+TEST(Encodings, Utf8ValidatorAgreesWithTheDecoder) {
+  struct Case {
+    const char* bytes;
+    bool valid;
+  };
+  const Case cases[] = {
+      {"", true},
+      {"plain", true},
+      {"a\xC3\xB1o", true},              // ñ
+      {"\xE2\x82\xAC", true},           // €
+      {"\xF0\x9D\x84\x9E", true},       // U+1D11E
+      {"\xC3", false},                    // cut
+      {"\xC3(", false},                   // bad continuation
+      {"\xC0\xAF", false},               // overlong
+      {"\xE0\x80\x80", false},           // overlong
+      {"\xED\xA0\x80", false},           // a surrogate
+      {"\xF4\x90\x80\x80", false},       // above U+10FFFF
+      {"\xFF", false},
+      {"\x80", false},                    // a lone continuation byte
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(IsValidUtf8(c.bytes), c.valid) << c.bytes;
+    EXPECT_EQ(FromUtf8(c.bytes).find(u'\uFFFD') == Text::npos, c.valid) << c.bytes;
+  }
+}
+
 TEST(Encodings, Windows1252BothWays) {
   EXPECT_EQ(ToAnsi(u"año €"), "a\xF1o \x80");
   EXPECT_EQ(FromAnsi("a\xF1o \x80\x9F"), u"año €Ÿ");
@@ -71,39 +98,6 @@ TEST(AssignText, CopiesAnyViewIncludingOneOfItself) {
   EXPECT_EQ(t, u"cd");
   AssignText(t, TextView(t).substr(2));  // the empty view just past the end
   EXPECT_EQ(t, u"");
-}
-
-// The vectorised scans against the plain answers, over lengths and offsets that put the unit
-// looked for in every lane of the 8- and 32-unit blocks and in the tails after them.
-TEST(UnitScans, AgreeWithFindAtEveryOffsetAndLength) {
-  Text t;
-  for (int i = 0; i < 100; ++i) {
-    t.push_back(i % 7 == 6 ? u'\x1C' : i % 23 == 22 ? u'\x1D' : static_cast<char16_t>(u'a' + i));
-  }
-  Text copy;
-  for (size_t len = 0; len <= t.size(); ++len) {
-    const TextView v = TextView(t).substr(0, len);
-    for (size_t from = 0; from <= len + 1; ++from) {
-      ASSERT_EQ(FindUnit(v, u'\x1C', from), v.find(u'\x1C', from)) << len << " " << from;
-      ASSERT_EQ(FindEitherUnit(v, u'\x1D', u'\x1C', from), v.find_first_of(u"\x1C\x1D", from))
-          << len << " " << from;
-    }
-    // Every alignment of the source and of the output.
-    for (size_t start = 0; start < 8 && start <= len; ++start) {
-      const TextView part = v.substr(start);
-      for (size_t shift = 0; shift < 16; ++shift) {
-        copy.assign(shift + part.size() + 1, u'#');
-        ASSERT_EQ(CopyTestingUnit(part, copy.data() + shift, u'\x1D'),
-                  part.find(u'\x1D') != part.npos);
-        ASSERT_EQ(TextView(copy).substr(shift, part.size()), part) << len << " " << shift;
-        ASSERT_EQ(copy.find_first_not_of(u'#'), part.empty() ? Text::npos : shift);  // nothing before
-        EXPECT_EQ(copy.back(), u'#');  // nothing written past the text
-      }
-    }
-  }
-  EXPECT_EQ(FindUnit(u"abc", 0xFFFF), TextView::npos);
-  EXPECT_EQ(FindEitherUnit(Text(100, u'a'), u'b', u'c', TextView::npos), TextView::npos);
-  EXPECT_EQ(FindEitherUnit(Text(40, u'a') + u"\xFFFF", 0xFFFF, 0xFFFE), 40u);
 }
 
 }  // namespace

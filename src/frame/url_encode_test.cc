@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/testing.h"
+
 namespace qel {
 namespace {
 

@@ -43,6 +43,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "frame/unit_scan.h"
 #include "props/prop_pool.h"
 #include "props/props_format.h"
 #include "props/typed_value.h"
@@ -52,6 +53,8 @@
 
 namespace qel::props {
 namespace {
+
+using internal::FindUnit;
 
 constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2";
 

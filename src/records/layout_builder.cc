@@ -42,13 +42,17 @@ QelLayoutField::QelLayoutField(TextView name, int32_t data_type, int32_t length,
   SetLength(length);
   SetPrecision(precision.IsEmpty() ? 0 : CLng(precision));
   if (!default_value.IsEmpty() && !(default_value.IsText() && default_value.Get<Text>().empty())) {
+    // Null is kept as given. It has no text form, so its descriptor line carries no default
+    // part, and the layout read back has no default: the same as omitting it, which is what
+    // a client passing Null (Python's None) means.
+    default_ = default_value;
+    if (default_value.IsNull()) return;
     // The default travels inside one line of the signature text.
     const Text text = CStr(default_value);
     if (text.find_first_of(u"\r\n") != Text::npos) {
       RaiseError(E_INVALIDARG, u"Default",
                  u"El valor por omisión del campo no puede contener saltos de línea");
     }
-    default_ = default_value;
   }
 }
 
@@ -77,7 +81,7 @@ Text QelLayoutField::Descriptor() const {
   }
   line += u':';
   line += name_;
-  if (!default_.IsEmpty()) {
+  if (!default_.IsEmpty() && !default_.IsNull()) {
     line += u':';
     line += CStr(default_);
   }

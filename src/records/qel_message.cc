@@ -74,7 +74,6 @@ ptrdiff_t QelMessages::Locate(const Variant& key, int32_t* error) const noexcept
 
 void QelMessages::Add(QelMessagePtr message, TextView name) {
   Replacing(u"QelMessages.Add", u"No se pudo agregar mensaje%n%1", {}, [&] {
-    if (!message) RaiseRuntime(kErrObjectNotSet);
     if (!name.empty()) {
       int32_t error = 0;
       if (Locate(Variant(name), &error) >= 0) RaiseRuntime(kErrDuplicateKey);

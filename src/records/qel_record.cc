@@ -1,14 +1,25 @@
 #include "qel/records/qel_record.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 #include "records/layout_builder.h"
+#include "records/whole_value.h"
 
 namespace qel {
 namespace {
 
 // Two characters: left-aligned, blank-padded, cut.
 qel::Text TwoChars(const Variant& v) { return LeftJustify(CStr(v), u" ", 2); }
+
+// The record's fields as they are now, each kept alive: a Change handler run while they are
+// walked may clear or replace the record's layout.
+std::vector<std::shared_ptr<QelRecordField>> Snapshot(const QelRecordFields& fields) {
+  return {fields.begin(), fields.end()};
+}
 
 }  // namespace
 
@@ -56,10 +67,17 @@ void QelRecord::SetData(const Variant& value) {
 
 qel::Text QelRecord::Text() const { return qel::Text(RTrim(data_->Data())); }
 
-// A slice's length: the one given, or the rest of the data from `start`.
-static int32_t SliceLength(const QelRecordData& data, int32_t start, const Variant& length) {
-  return length.IsEmpty() ? std::max(0, data.Length() - start + 1) : CLng(length);
+namespace {
+
+// A slice's length: the one given, or the rest of the data from `start` (none for a start past
+// the end; capped for a start far before it, which the data buffer then refuses).
+int32_t SliceLength(const QelRecordData& data, int32_t start, const Variant& length) {
+  if (!length.IsEmpty()) return CLng(length);
+  const int64_t rest = int64_t{data.Length()} - start + 1;
+  return static_cast<int32_t>(std::clamp<int64_t>(rest, 0, INT32_MAX));
 }
+
+}  // namespace
 
 Variant QelRecord::Mid(int32_t start, const Variant& length) const {
   return data_->Slot(start, SliceLength(*data_, start, length));
@@ -74,6 +92,10 @@ void QelRecord::SetFill(const Variant& value) {
   if (value.IsNull()) {
     c = kNullFiller;
   } else if (value.IsNumeric()) {
+    // A character code: 0..65535 after rounding as CLng rounds, anything else is refused
+    // rather than wrapped into another character.
+    const double code = CDbl(value);
+    if (!(code > -0.5 && code < 65535.5)) RaiseRuntime(kErrInvalidCall);
     c = static_cast<char16_t>(CLng(value));
   } else {
     const qel::Text t = CStr(value);
@@ -93,7 +115,7 @@ void QelRecord::Initialize(const QelRecord* source) {
   Chaining(u"QelRecord.Initialize:", [&] {
     if (source == nullptr) {
       data_->SetData(qel::Text(static_cast<size_t>(Length()), u' '));
-      for (const auto& f : *fields_) {
+      for (const auto& f : Snapshot(*fields_)) {
         // The markers of a repeated group carry no value of their own.
         if (f->DataType() == qelTypeList || f->DataType() == qelTypeListEnd) continue;
         const Variant def = f->Default();
@@ -113,9 +135,12 @@ void QelRecord::Initialize(const QelRecord* source) {
 void QelRecord::Copy(const QelRecord* source) {
   Clear();
   if (source == nullptr) return;
-  SetSignANSI(source->SignANSI());
-  SetLayout(source->Layout());
-  UnSerialize(source->Serialize());
+  // Layout, header, labels and data only: SignANSI stays this record's own. A source without
+  // a layout gives the empty layout text, which is a record without fields.
+  const qel::Text layout = source->Layout();
+  const qel::Text link = source->Serialize();
+  SetLayout(layout);
+  UnSerialize(link);
 }
 
 std::shared_ptr<QelRecord> QelRecord::Clone() const {
@@ -125,13 +150,15 @@ std::shared_ptr<QelRecord> QelRecord::Clone() const {
 }
 
 void QelRecord::MoveCorresponding(const QelRecord& source) {
-  for (const auto& f : *fields_) {
-    // Group markers and occurrences inside groups are never moved.
-    if (f->InList() || f->DataType() == qelTypeList || f->DataType() == qelTypeListEnd) continue;
+  for (const auto& f : Snapshot(*fields_)) {
+    // Occurrences inside groups are never moved one by one; a list begin is, its value being
+    // its whole group's text, so the members move with it by position. A list end is left alone: its value reads Null whatever the data holds, so the
+    // rule's "take the source's value" is already true of it, while writing that Null would
+    // store it over the whole group and destroy the members' data (including what the list
+    // begin has just moved). Its name would also find the source's list begin, not an end.
+    if (f->InList() || f->DataType() == qelTypeListEnd) continue;
     auto other = source.Fields()->Find(Variant(f->Name()));
-    if (other && other->DataType() != qelTypeList && other->DataType() != qelTypeListEnd) {
-      f->SetValue(other->Value());
-    }
+    if (other) internal::SetWholeValue(*f, internal::WholeValue(*other));
   }
 }
 

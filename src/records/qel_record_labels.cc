@@ -1,32 +1,28 @@
 #include "qel/records/qel_record_labels.h"
 
-#include <iterator>
+#include <map>
 
+#include "frame/unit_scan.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
+#include "records/qel_record_labels_internal.h"
 
 namespace qel {
 
-ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
-  const int32_t k = ToLongOr(key, 0);
-  if (k > qelLabelCodeBase) {
-    for (size_t i = 0; i < labels_.size(); ++i) {
-      if (labels_[i]->Code() == k) return static_cast<ptrdiff_t>(i);
-    }
-    return -1;
-  }
-  if (k >= 1 && static_cast<size_t>(k) <= labels_.size()) return k - 1;
-  return -1;
-}
-
-QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
-  Insert(code).SetValue(u"");
-  return labels_.back();
-}
+// The labels by code, kept only while there are more than kUnindexed labels: a record carries
+// a handful, which a scan finds sooner than any index and without allocating, while a text
+// from outside may carry one label per code character (65,535), which would make the scans
+// quadratic. Codes come from outside, so the index is ordered rather than hashed: its cost
+// per label stays logarithmic whatever codes arrive. Either way adding n labels costs
+// O(n log n).
+struct QelRecordLabels::CodeIndex {
+  static constexpr size_t kUnindexed = 16;
+  std::map<int32_t, QelRecordLabelPtr> labels;  // empty while unindexed
+};
 
 namespace {
 
-// The refusals, kept out of Insert so that its common path stays short.
+// The refusals, kept out of the common paths.
 [[noreturn, gnu::noinline, gnu::cold]] void RefuseCode(int32_t code) {
   RaiseError(E_INVALIDARG, u"QelRecordLabel.Initialize", u"Código de Label '%1' es inválido",
              {code});
@@ -39,49 +35,77 @@ namespace {
                {code});
 }
 
+bool HoldsSeparator(TextView value) {
+  return internal::FindEitherUnit(value, kLabelSeparator, kHeaderSeparator) !=
+         TextView::npos;
+}
+
+[[noreturn, gnu::noinline, gnu::cold]] void RefuseSeparator(int32_t code) {
+  RaiseError(E_INVALIDARG, u"QelRecordLabel.Value",
+             u"El valor del Label '%1' no puede contener los separadores del registro "
+             u"(caracteres 28 y 29)",
+             {code});
+}
+
 }  // namespace
+
+void QelRecordLabel::SetValue(TextView value) {
+  if (HoldsSeparator(value)) RefuseSeparator(code_);
+  AssignText(value_, value);
+}
+
+QelRecordLabels::QelRecordLabels() : by_code_(std::make_unique<CodeIndex>()) {}
+
+QelRecordLabels::~QelRecordLabels() = default;
+
+ptrdiff_t QelRecordLabels::Find(const Variant& key) const {
+  const int32_t k = ToLongOr(key, 0);
+  if (k > qelLabelCodeBase) {
+    if (!by_code_->labels.empty() && !by_code_->labels.contains(k)) return -1;
+    for (size_t i = labels_.size(); i-- > 0;) {
+      if (labels_[i]->Code() == k) return static_cast<ptrdiff_t>(i);
+    }
+    return -1;
+  }
+  if (k >= 1 && static_cast<size_t>(k) <= labels_.size()) return k - 1;
+  return -1;
+}
 
 QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
   if (code <= qelLabelCodeBase) RefuseCode(code);
-  for (const auto& l : labels_) {
-    if (l->Code() == code) RefuseDuplicate(code);
-  }
-  // Spares come back in the order they had, so the next one is tried first.
-  if (next_spare_ < spare_.size() && Reusable(spare_[next_spare_], code)) {
-    labels_.push_back(std::move(spare_[next_spare_++]));
-    return *labels_.back();
-  }
-  for (auto& spare : spare_) {
-    if (Reusable(spare, code)) {
-      labels_.push_back(std::move(spare));
-      return *labels_.back();
+  auto& index = by_code_->labels;
+  if (!index.empty()) {
+    if (index.contains(code)) RefuseDuplicate(code);
+  } else {
+    for (const auto& l : labels_) {
+      if (l->Code() == code) RefuseDuplicate(code);
     }
   }
   labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  if (!index.empty()) {
+    index.emplace(code, labels_.back());
+  } else if (labels_.size() > CodeIndex::kUnindexed) {
+    for (const auto& l : labels_) index.emplace(l->Code(), l);
+  }
   return *labels_.back();
 }
 
-bool QelRecordLabels::Reusable(const QelRecordLabelPtr& spare, int32_t code) {
-  // A label a client still holds must keep its value: it is not used again.
-  return spare && spare->Code() == code && spare.use_count() == 1;
+QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
+  Insert(code);
+  return labels_.back();
 }
 
 void QelRecordLabels::Clear() {
-  spare_.clear();
-  spare_.swap(labels_);
-  next_spare_ = 0;
-}
-
-void QelRecordLabels::DropFrom(size_t count) {
-  if (count == 0) return Clear();
-  spare_.clear();
-  const auto first = labels_.begin() + static_cast<ptrdiff_t>(count);
-  spare_.assign(std::make_move_iterator(first), std::make_move_iterator(labels_.end()));
-  labels_.erase(first, labels_.end());
-  next_spare_ = 0;
+  labels_.clear();
+  by_code_->labels.clear();
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
+  const int32_t k = ToLongOr(key, 0);
+  if (k > qelLabelCodeBase && !by_code_->labels.empty()) {
+    const auto it = by_code_->labels.find(k);
+    return it == by_code_->labels.end() ? nullptr : it->second;
+  }
   const ptrdiff_t i = Find(key);
   return i < 0 ? nullptr : labels_[static_cast<size_t>(i)];
 }
@@ -89,7 +113,9 @@ QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
 bool QelRecordLabels::Remove(const Variant& key) {
   const ptrdiff_t i = Find(key);
   if (i < 0) return false;
+  by_code_->labels.erase(labels_[static_cast<size_t>(i)]->Code());
   labels_.erase(labels_.begin() + i);
+  if (labels_.size() <= CodeIndex::kUnindexed) by_code_->labels.clear();
   return true;
 }
 
@@ -105,8 +131,17 @@ void QelRecordLabels::SetValue(const Variant& key, const Variant& value) {
     return;
   }
   auto label = Item(key);
-  if (!label) label = Add(ToLongOr(key, 0));
-  label->SetValue(text);
+  if (label) {
+    label->SetValue(text);
+    return;
+  }
+  // Checked before the label is added, so a refused value adds nothing.
+  if (HoldsSeparator(text)) RefuseSeparator(ToLongOr(key, 0));
+  Add(ToLongOr(key, 0))->SetValue(text);
+}
+
+void QelRecordLabelsInternal::AddLoaded(QelRecordLabels& labels, int32_t code, TextView value) {
+  AssignText(labels.Insert(code).value_, value);
 }
 
 }  // namespace qel

@@ -77,15 +77,25 @@ TEST(QelRecordLabels, ALabelHeldByAClientOutlivesClear) {
   EXPECT_EQ(labels.Value(qelLabelJobID), u"k");
   EXPECT_EQ(labels.Item(1)->Code(), qelLabelUniqueID);  // order is the order of adding
 
-  // Labels come back in any order, each with its own value.
-  labels.Clear();
-  labels.Add(qelLabelJobID, u"k2");
-  labels.Add(qelLabelUniqueID, u"b2");
-  labels.Add(qelLabelError, u"e");
-  EXPECT_EQ(labels.Value(1), u"k2");
-  EXPECT_EQ(labels.Value(qelLabelUniqueID), u"b2");
-  EXPECT_EQ(labels.Value(3), u"e");
-  EXPECT_EQ(held->Value(), u"a");
+}
+
+// Beyond a handful of labels the collection finds them through an index: the same answers.
+TEST(QelRecordLabels, ManyLabelsAnswerAsFewDo) {
+  QelRecordLabels labels;
+  for (int32_t i = 0; i < 40; ++i) labels.SetValue(qelLabelCodeBase + 1 + i, Text(1, u'a' + i % 26));
+  EXPECT_EQ(labels.Count(), 40);
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 30); }).Number(), kErrDuplicateKey);
+  EXPECT_EQ(labels.Item(qelLabelCodeBase + 30), labels.Item(30));
+  for (int32_t i = 40; i > 10; --i) {
+    ASSERT_TRUE(labels.Remove(qelLabelCodeBase + i));
+    ASSERT_FALSE(labels.Exists(qelLabelCodeBase + i));
+  }
+  EXPECT_EQ(labels.Count(), 10);
+  EXPECT_EQ(labels.Value(qelLabelCodeBase + 10), u"j");
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 3); }).Number(), kErrDuplicateKey);
+  for (int32_t i = 11; i <= 30; ++i) labels.Add(qelLabelCodeBase + i);  // indexed again
+  EXPECT_EQ(labels.Item(30)->Code(), qelLabelCodeBase + 30);
+  EXPECT_EQ(testing::Catch([&] { labels.Add(qelLabelCodeBase + 3); }).Number(), kErrDuplicateKey);
 }
 
 }  // namespace

@@ -104,9 +104,6 @@ class QelRecordFields final : public Object {
   int32_t length_ = 0;
   FieldList fields_;
   std::shared_ptr<const NameIndex> index_;
-  // Change handlers connected to the fields, counted by their events: with none, a change of
-  // the whole data text has nobody to tell. Made with the fields; null before any layout.
-  std::shared_ptr<int64_t> listeners_;
 };
 
 }  // namespace qel

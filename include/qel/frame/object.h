@@ -24,7 +24,12 @@
 
 namespace qel {
 
-// A list of handlers for one event with arguments Args.
+// A list of handlers for one event with arguments A.
+//
+// A handler may connect or disconnect handlers of the same event, or drop the object that owns
+// the event, while it runs: Raise calls the handlers connected when it started, skips those
+// disconnected meanwhile, and touches nothing of the event after a handler has run except
+// through its own references.
 template <class... A>
 class Event {
  public:
@@ -33,59 +38,47 @@ class Event {
   Event() = default;
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
-  ~Event() { Count(-static_cast<int64_t>(handlers_.size())); }
+  // A raise under way skips the handlers that have not run yet.
+  ~Event() {
+    for (const auto& entry : handlers_) entry->connected = false;
+  }
 
   // Returns a handle for Disconnect; never 0.
   uint64_t Connect(Handler h) {
-    handlers_.emplace_back(++last_id_, std::move(h));
-    Count(1);
+    handlers_.push_back(std::make_shared<Entry>(++last_id_, std::move(h)));
     return last_id_;
   }
   bool Disconnect(uint64_t handle) {
     for (auto it = handlers_.begin(); it != handlers_.end(); ++it) {
-      if (it->first == handle) {
+      if ((*it)->id == handle) {
+        (*it)->connected = false;
         handlers_.erase(it);
-        Count(-1);
         return true;
       }
     }
     return false;
   }
   bool empty() const { return handlers_.empty(); }
-  // Also counts this event's handlers in *tally (null: nowhere). An owner of many events shares
-  // one tally among them to learn at a glance whether any of them has a handler.
-  void CountInto(std::shared_ptr<int64_t> tally) {
-    Count(-static_cast<int64_t>(handlers_.size()));
-    tally_ = std::move(tally);
-    Count(static_cast<int64_t>(handlers_.size()));
-  }
-  // Calls every handler connected when the raise starts; one disconnected meanwhile is
-  // skipped.
   template <class... U>
   void Raise(U&&... args) {
     if (handlers_.empty()) return;
-    std::vector<uint64_t> ids;
-    ids.reserve(handlers_.size());
-    for (auto& h : handlers_) ids.push_back(h.first);
-    for (uint64_t id : ids) {
-      for (auto& h : handlers_) {
-        if (h.first == id) {
-          Handler copy = h.second;  // survives a disconnect inside the handler
-          copy(args...);
-          break;
-        }
-      }
+    // The snapshot keeps every entry alive however the list changes, or goes, meanwhile.
+    const std::vector<std::shared_ptr<Entry>> snapshot = handlers_;
+    for (const auto& entry : snapshot) {
+      if (entry->connected) entry->handler(args...);
     }
   }
 
  private:
-  void Count(int64_t change) {
-    if (tally_) *tally_ += change;
-  }
+  struct Entry {
+    Entry(uint64_t i, Handler h) : id(i), handler(std::move(h)) {}
+    uint64_t id;
+    Handler handler;
+    bool connected = true;
+  };
 
-  std::vector<std::pair<uint64_t, Handler>> handlers_;
+  std::vector<std::shared_ptr<Entry>> handlers_;
   uint64_t last_id_ = 0;
-  std::shared_ptr<int64_t> tally_;
 };
 
 class Object : public std::enable_shared_from_this<Object> {

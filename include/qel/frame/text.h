@@ -10,9 +10,10 @@
 #define QEL_FRAME_TEXT_H_
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
+
+#include "qel/frame/export.h"
 
 namespace qel {
 
@@ -23,6 +24,9 @@ using TextView = std::u16string_view;
 // U+FFFD in UTF-8 output. Never throws.
 Text FromUtf8(std::string_view utf8);
 std::string ToUtf8(TextView text);
+// True when FromUtf8 would find no malformed sequence (no overlong forms, no surrogates, nothing
+// above U+10FFFF).
+QEL_EXPORT bool IsValidUtf8(std::string_view bytes);
 
 // Windows-1252 <-> UTF-16. A character that code page cannot represent becomes "?".
 // The five bytes 1252 leaves undefined (0x81 0x8D 0x8F 0x90 0x9D) map to the same code points.
@@ -51,32 +55,11 @@ TextView RTrim(TextView text);
 Text RightJustify(TextView fill, TextView text, int32_t width);
 Text LeftJustify(TextView text, TextView fill, int32_t width);
 
-// Position of the first `c` at or after `from`, or npos. Vectorised where the processor
-// allows; the same result as TextView::find.
-size_t FindUnit(TextView text, char16_t c, size_t from = 0);
-// Position of the first `a` or `b`, whichever comes first, at or after `from`, or npos.
-size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from = 0);
-// Copies `text` to `out` (room for text.size() units) and tells whether it holds `c`: one pass
-// that reads each unit once, vectorised where the processor allows.
-bool CopyTestingUnit(TextView text, char16_t* out, char16_t c);
-
 // The text between double quotes, with each double quote inside doubled.
 Text QuoteText(TextView text);
 
-// to = from, reusing to's buffer. Several times faster than Text::assign for short texts, which
-// goes through the general replace; `from` may be a view of `to` itself.
-inline void AssignText(Text& to, TextView from) {
-  const std::less<const char16_t*> before;
-  if (!before(from.data(), to.data()) && !before(to.data() + to.size(), from.data())) {
-    to.assign(from);
-    return;
-  }
-  to.clear();
-  to.append(from.data(), from.size());
-}
-
-// Shorthand for literals written in UTF-8 source: T("año").
-inline Text T(std::string_view utf8) { return FromUtf8(utf8); }
+// to = from, reusing to's buffer when it has room; `from` may be a view into `to` itself.
+QEL_EXPORT void AssignText(Text& to, TextView from);
 
 }  // namespace qel
 

@@ -55,9 +55,9 @@ class QelMessages final : public Object {
  public:
   TextView ClassName() const override { return u"QelMessages"; }
 
-  // Stores the message under `name` when it is not empty, else without a key. Raises with
-  // source "QelMessages.Add" (457 for a key already there, 91 for no message); the collection
-  // is unchanged then.
+  // Stores the message under `name` when it is not empty, else without a key; a null message
+  // (Nothing) is stored as well, and Item then gives null for it. Raises with source
+  // "QelMessages.Add" and 457 for a key already there; the collection is unchanged then.
   void Add(QelMessagePtr message, TextView name = {});
   // By key (a text) or by 1-based position (a number). Raises with source "QelMessages.Item"
   // and "El mensaje '%1' no existe" (5 for an unknown key, 9 for a position out of range).

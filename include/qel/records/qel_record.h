@@ -75,10 +75,6 @@ enum QelProtectionCodes : int32_t {
   qelProtectionDisplayOnly = 0x200000,
 };
 
-// The two separators of the link-record text.
-inline constexpr char16_t kLabelSeparator = 28;   // FS, before each label
-inline constexpr char16_t kHeaderSeparator = 29;  // GS, after the labels
-
 class QelRecord final : public Object {
  public:
   QelRecord();
@@ -98,7 +94,9 @@ class QelRecord final : public Object {
   void SetTranCode(int32_t v) { tran_code_ = InRange(v, 32, 126, 32); }
   // TranCode - 33; setting it sets TranCode to the value + 33 (so a fresh record reads -1).
   int32_t ReplyCode() const { return tran_code_ - 33; }
-  void SetReplyCode(int32_t v) { SetTranCode(v + 33); }
+  void SetReplyCode(int32_t v) {
+    SetTranCode(v <= INT32_MAX - 33 ? v + 33 : 0);  // past the range: the default
+  }
   // 48..59 as they are; qelProtectionInputOnly as ":" (58) and qelProtectionDisplayOnly as
   // ";" (59), which read back as those two members; anything else 32.
   int32_t Protection() const;
@@ -179,13 +177,6 @@ class QelRecord final : public Object {
     return v >= lo && v <= hi ? v : fallback;
   }
   void ResetHeader();
-  void UnSerializeBody(TextView message);
-  // UnSerializeBody's two readers: the quick one answers false, having loaded part of the
-  // message, when only the literal one reads it right.
-  bool UnSerializeQuick(TextView message);
-  void UnSerializeLiteral(TextView message);
-  // ServerCode, SessionID, TranCode, FormCode and Protection from their seven characters.
-  void LoadHeader(TextView header);
 
   int32_t sequence_ = 33;
   int32_t opcode_ = 32;

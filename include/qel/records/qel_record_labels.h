@@ -52,6 +52,11 @@ enum QelLabelCodes : int32_t {
   qelLabelTimestamp = 65652,
 };
 
+// The two separators of the link-record text, which no label value may hold.
+inline constexpr char16_t kLabelSeparator = 28;   // FS, before each label
+inline constexpr char16_t kHeaderSeparator = 29;  // GS, after the labels
+
+// One label: a code and a text value.
 class QelRecordLabel final : public Object {
  public:
   // REQUIRES: code > qelLabelCodeBase (QelRecordLabels::Add checks it).
@@ -64,42 +69,31 @@ class QelRecordLabel final : public Object {
   // The one-character text sent on the link: the character of code Code AND qelLabelCodeMask.
   Text CodeChar() const { return Text(1, static_cast<char16_t>(code_ & qelLabelCodeMask)); }
   const Text& Value() const { return value_; }
-  // Stores the text exactly as given (trailing blanks included).
-  void SetValue(TextView value) { AssignText(value_, value); }
+  // Stores the text exactly as given (trailing blanks included). A text holding either link
+  // separator (FS, character 28, or GS, character 29) would forge labels or header codes in
+  // the link text: it raises E_INVALIDARG (source "QelRecordLabel.Value") and nothing changes.
+  void SetValue(TextView value);
 
  private:
+  friend class QelRecordLabelsInternal;
+
   int32_t code_;
   Text value_;
 };
 
 using QelRecordLabelPtr = std::shared_ptr<QelRecordLabel>;
 
+// The labels of one record, in the order they were added.
 class QelRecordLabels final : public Object {
  public:
+  QelRecordLabels();
+  ~QelRecordLabels() override;
   TextView ClassName() const override { return u"QelRecordLabels"; }
 
   // Creates, stores and returns a label with an empty value. Raises E_INVALIDARG (source
   // "QelRecordLabel.Initialize") for a code of 65536 or less, and 457 (source
   // "QelRecordLabels.Add:...") when the code is already there; the collection is unchanged then.
   QelRecordLabelPtr Add(int32_t code);
-  // Add, then the label's value set to `value` as it stands; for loaders.
-  void Add(int32_t code, TextView value) { Insert(code).SetValue(value); }
-  // For a loader that reads a new set of labels over the present ones, in order. Reload gives
-  // the label at 0-based `index` the value when it has that code and nobody else holds it, and
-  // answers whether it did; the loader then calls KeepFirst with the number reloaded (removing
-  // the labels after them) and Adds the rest. A record loading reply after reply with the same
-  // labels does no more than take their values.
-  bool Reload(size_t index, int32_t code, TextView value) {
-    if (index >= labels_.size()) return false;
-    QelRecordLabel& label = *labels_[index];
-    if (label.Code() != code || labels_[index].use_count() != 1) return false;
-    label.SetValue(value);
-    return true;
-  }
-  // Removes the labels after the first `count`.
-  void KeepFirst(size_t count) {
-    if (count < labels_.size()) DropFrom(count);
-  }
   // The label under a code (key > 65536) or at a 1-based position; null when absent.
   QelRecordLabelPtr Item(const Variant& key) const;
   // True when a label was removed.
@@ -109,7 +103,8 @@ class QelRecordLabels final : public Object {
   Text Value(const Variant& key) const;
   // Trailing blanks are cut; an empty result removes the label, anything else sets it,
   // adding a label for the key when there is none (which fails for a position that finds
-  // nothing, as Add does for codes of 65536 or less).
+  // nothing, as Add does for codes of 65536 or less). A value holding FS or GS is refused as
+  // QelRecordLabel::SetValue refuses it, before any label is added.
   void SetValue(const Variant& key, const Variant& value);
   int32_t Count() const { return static_cast<int32_t>(labels_.size()); }
   void Clear();
@@ -119,22 +114,17 @@ class QelRecordLabels final : public Object {
   std::vector<QelRecordLabelPtr>::const_iterator end() const { return labels_.end(); }
 
  private:
-  // Index of the label a key names, or -1.
+  friend class QelRecordLabelsInternal;
+  struct CodeIndex;
+
+  // Index in labels_ of the label a key names, or -1.
   ptrdiff_t Find(const Variant& key) const;
-  // Add's work: the new label, taken from the spares when one has the code (its value then
-  // left for the caller to set).
+  // Add's work: checks the code, appends a label with an empty value and returns it.
   QelRecordLabel& Insert(int32_t code);
-  static bool Reusable(const QelRecordLabelPtr& spare, int32_t code);
-  // KeepFirst's work when there are labels to remove.
-  void DropFrom(size_t count);
 
   std::vector<QelRecordLabelPtr> labels_;
-  // The labels Clear removed, kept for Add to use again those nobody else holds: a record that
-  // loads reply after reply with the same labels does not allocate them each time.
-  // Unobservable, since no client has a reference to them. Kept in the order they had; a spare
-  // taken is left null, and the next one to try is at next_spare_.
-  std::vector<QelRecordLabelPtr> spare_;
-  size_t next_spare_ = 0;
+  // The labels by code once there are many, so that adding many labels is not quadratic.
+  std::unique_ptr<CodeIndex> by_code_;
 };
 
 }  // namespace qel
