@@ -31,7 +31,7 @@
 // look-ahead, token texts are views into the input except for strings with doubled quotes,
 // which are unescaped into one reused buffer, and adjacent strings, joined in another. Typed
 // strings are converted by TypedValues (typed_value.h) straight from those views. Each nested bag
-// is one more ParseList/ParseEntry pair of frames, so nesting is capped at props::kMaxNesting
+// is one more ParseList/ParseEntry pair of frames, so nesting is capped at internal::kMaxNesting
 // (1000) levels, past which error 28
 // ("Espacio de pila insuficiente") is raised instead of letting hostile text exhaust the stack.
 // The cap is far beyond any bag people write, and low enough that the deepest recursion of the
@@ -43,14 +43,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "props/prop_pool.h"
+#include "props/bag_access.h"
 #include "props/props_format.h"
 #include "props/typed_value.h"
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 #include "qel/props/qel_props.h"
 
-namespace qel::props {
+namespace qel::internal {
 namespace {
 
 constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2";
@@ -173,12 +173,12 @@ class Parser {
       Next();
       if (AtSymbol(u';')) continue;
       if (kind_ == Kind::kName) {
-        ParseEntry(bag, token_, true, depth);
+        ParseEntry(bag, token_, depth);
       } else if (kind_ == Kind::kString && !token_in_buffer_) {
-        ParseEntry(bag, Trim(token_), false, depth);
+        ParseEntry(bag, Trim(token_), depth);
       } else if (kind_ == Kind::kString) {
         const Text name(Trim(token_));  // the buffer is reused by the next string
-        ParseEntry(bag, name, false, depth);
+        ParseEntry(bag, name, depth);
       } else {
         return;  // the caller decides what may follow
       }
@@ -194,8 +194,7 @@ class Parser {
     return true;
   }
 
-  // `is_token`: the name was a name token (else a string).
-  void ParseEntry(QelProps* bag, TextView name, bool is_token, int depth) {
+  void ParseEntry(QelProps* bag, TextView name, int depth) {
     int32_t code = -1;
     if (TakeSymbol(u':')) {
       Next();
@@ -204,7 +203,7 @@ class Parser {
     }
     if (!TakeSymbol(u'=')) {
       Next();  // whatever follows is for the caller
-      Store(bag, name, is_token, Variant::Null());
+      Store(bag, name, Variant::Null());
       return;
     }
     Next();
@@ -223,7 +222,7 @@ class Parser {
         break;
       default: {
         if (!AtSymbol(u'[')) Expected(u"un valor después del símbolo '='");
-        auto nested = std::allocate_shared<QelProps>(PoolAllocator<QelProps>());
+        auto nested = std::make_shared<QelProps>();
         ParseNested(nested.get(), depth + 1);
         if (!AtSymbol(u']')) Expected(u"el símbolo ']'");
         Next();
@@ -231,7 +230,7 @@ class Parser {
         break;
       }
     }
-    Store(bag, name, is_token, std::move(value));
+    Store(bag, name, std::move(value));
   }
 
   // Nested bags at one depth are often rows of one shape, so each starts with room for as many
@@ -240,17 +239,16 @@ class Parser {
     constexpr uint32_t kMaxReserve = 128;
     const auto level = static_cast<size_t>(depth);
     if (level >= sizes_.size()) sizes_.resize(level + 1, 0);
-    QelPropsInternal::Reserve(bag, sizes_[level]);
+    internal::BagAccess::Reserve(*bag, sizes_[level]);
     ParseList(bag, depth);
     sizes_[level] = std::min(static_cast<uint32_t>(bag->Count()), kMaxReserve);
   }
 
-  static void Store(QelProps* bag, TextView name, bool is_token, Variant value) {
-    if (is_token) {
-      QelPropsInternal::StoreToken(bag, name, std::move(value));
-    } else {
-      QelPropsInternal::Store(bag, name, std::move(value));
-    }
+  // Stores with the bag's find-or-create, so that a later entry of a name replaces the value
+  // of an earlier one in place.
+  static void Store(QelProps* bag, TextView name, Variant value) {
+    using internal::BagAccess;
+    BagAccess::ValueOf(BagAccess::FindOrCreateName(*bag, name)) = std::move(value);
   }
 
   // The current string token joined with the strings that follow it, converted by the type
@@ -291,4 +289,4 @@ class Parser {
 
 void ReadBagText(TextView text, QelProps* bag) { Parser(text).ParseText(bag); }
 
-}  // namespace qel::props
+}  // namespace qel::internal

@@ -8,7 +8,7 @@
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
-namespace qel::props {
+namespace qel::internal {
 namespace {
 
 int HexValue(char16_t c) {
@@ -187,4 +187,4 @@ std::optional<Variant> TypedValues::Quick(TextView text, VarType type) const {
   return Variant(CCur(Variant(*d)));  // the rounding to four places of a Currency text
 }
 
-}  // namespace qel::props
+}  // namespace qel::internal

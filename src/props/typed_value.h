@@ -18,7 +18,7 @@
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
-namespace qel::props {
+namespace qel::internal {
 
 class TypedValues {
  public:
@@ -41,6 +41,6 @@ class TypedValues {
   bool plain_separators_;
 };
 
-}  // namespace qel::props
+}  // namespace qel::internal
 
 #endif  // QEL_SRC_PROPS_TYPED_VALUE_H_
