@@ -31,14 +31,13 @@
 // look-ahead, token texts are views into the input except for strings with doubled quotes,
 // which are unescaped into one reused buffer, and adjacent strings, joined in another. Typed
 // strings are converted by TypedValues (typed_value.h) straight from those views. Each nested bag
-// is one more ParseList/ParseEntry pair of frames, so nesting is capped at internal::kMaxNesting
-// (1000) levels, past which error 28
-// ("Espacio de pila insuficiente") is raised instead of letting hostile text exhaust the stack.
-// The cap is far beyond any bag people write, and low enough that the deepest recursion of the
-// reader, of the writer, of Merge and of freeing a nested bag fits easily in a thread's stack:
-// on an optimized build, 1000 levels take about 320 KB to read, 256 KB to merge and 128 KB to
-// write or free (a few times that under the sanitizers), against the 8 MB a thread gets by
-// default on Linux.
+// is one more ParseList/ParseEntry pair of frames, so nesting is capped at kMaxNesting (1000)
+// levels, past which error 28 ("Espacio de pila insuficiente") is raised instead of letting
+// hostile text exhaust the stack. The cap is far beyond any bag people write, and low enough
+// that the deepest recursion of the reader, of the writer and of Merge fits easily in a
+// thread's stack: on an optimized build, 1000 levels take a few hundred KB (a few times that
+// under the sanitizers), against the 8 MB a thread gets by default on Linux. Freeing a bag
+// does not recurse at all (see ~QelProps).
 #include <algorithm>
 #include <cstdint>
 #include <vector>

@@ -25,8 +25,21 @@ namespace internal {
 
 size_t BagAccess::FindName(const QelProps& bag, TextView name) noexcept {
   if (bag.index_) return bag.index_->Find(bag.items_, name, NameHash(name));
+  if (name.empty()) {
+    for (size_t i = 0; i < bag.items_.size(); ++i) {
+      if (bag.items_[i]->Name().empty()) return i;
+    }
+    return kNotFound;
+  }
+  // Names of one bag often share a long prefix and differ at the end ("field_1", "field_2"),
+  // so the last units are compared first, folded as EqualsNoCase folds them.
+  const char16_t last = UpperChar(name.back());
   for (size_t i = 0; i < bag.items_.size(); ++i) {
-    if (EqualsNoCase(bag.items_[i]->Name(), name)) return i;
+    const Text& other = bag.items_[i]->Name();
+    if (other.size() == name.size() && UpperChar(other.back()) == last &&
+        EqualsNoCase(other, name)) {
+      return i;
+    }
   }
   return kNotFound;
 }

@@ -136,7 +136,7 @@ Variant TypedValues::Convert(TextView text, int32_t code) const {
       return Variant(text);
   }
   try {
-    if (auto value = Quick(text, type)) return std::move(*value);
+    if (auto value = ConvertWriterShapes(text, type)) return std::move(*value);
     Text digits(text);
     if (HasDecimalComma(type)) {
       const size_t comma = digits.rfind(u',');
@@ -148,7 +148,7 @@ Variant TypedValues::Convert(TextView text, int32_t code) const {
   }
 }
 
-std::optional<Variant> TypedValues::Quick(TextView text, VarType type) const {
+std::optional<Variant> TypedValues::ConvertWriterShapes(TextView text, VarType type) const {
   switch (type) {
     case VarType::kInteger:
     case VarType::kLong:

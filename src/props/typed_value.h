@@ -31,9 +31,9 @@ class TypedValues {
   Variant Convert(TextView text, int32_t code) const;
 
  private:
-  // The value through the shortcuts, or nullopt to take the general path. May raise what the
-  // conversion raises.
-  std::optional<Variant> Quick(TextView text, VarType type) const;
+  // The value of a text in one of the shapes the writer makes (see above), or nullopt for any
+  // other text, which takes the general path. May raise what the conversion raises.
+  std::optional<Variant> ConvertWriterShapes(TextView text, VarType type) const;
 
   const LocaleInfo& loc_;
   // Neither separator of the locale can be taken for a digit, sign or exponent letter, so a
