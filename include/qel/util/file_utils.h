@@ -4,28 +4,31 @@
 #define QEL_UTIL_FILE_UTILS_H_
 
 #include <cstdint>
-#include <string>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
-// Deletes the file, or every file matching "*" and "?" in the last path component (glob(3);
-// directories that match are left alone). True when at least one file matched and every
-// matching file was deleted.
-bool DeleteFile(TextView file_name) noexcept;
+// Deletes the file named, or every file whose name matches the last path component when it
+// holds the wildcards "*" (any run of characters, names that begin with a dot included) and
+// "?" (one character). As on the desktop platforms this comes from, a pattern ending in ".*"
+// also matches names without a dot ("*.*" matches every name). Nothing else is special: "[",
+// "]" and "\" are ordinary characters, and wildcards in the folder part are taken literally.
+// Names are compared as the file system stores them (with case). Directories are never
+// deleted. True when at least one file matched and every matching file was deleted; it stops
+// at the first file it cannot delete.
+QEL_EXPORT bool DeleteFile(TextView file_name) noexcept;
 // Creates one directory; the parent must exist. False when it exists already.
-bool MakeDirectory(TextView directory_path) noexcept;
+QEL_EXPORT bool MakeDirectory(TextView directory_path) noexcept;
 // Removes one empty directory.
-bool RemoveDirectory(TextView directory_path) noexcept;
-// Asks the desktop to open the document with its associated application (xdg-open). True when
-// the opener reported success; false when it failed, is missing or the path is empty. `hwnd`
-// identifies the caller's window on other desktops and is not used here. An opener still
-// running after a few seconds is taken as having succeeded and is left to run.
-bool OpenDocument(TextView document_path, int32_t hwnd = 0) noexcept;
-
-// Test hook: the program OpenDocument runs instead of "xdg-open" (empty restores it).
-void SetDocumentOpenerForTesting(std::string program);
+QEL_EXPORT bool RemoveDirectory(TextView directory_path) noexcept;
+// Asks the desktop to open the document with the default application for its content type
+// (GIO's application associations). True when such an application exists and was launched;
+// false for an empty or missing path or a type with no associated application. It returns as
+// soon as the launch is under way: it does not wait for the application and leaves no thread
+// or process behind. `hwnd` identifies the caller's window on other desktops and is not used.
+QEL_EXPORT bool OpenDocument(TextView document_path, int32_t hwnd = 0) noexcept;
 
 }  // namespace qel
 
