@@ -1,5 +1,7 @@
 // The loaders that fill a bag from something other than bag text held as Text: bytes and files
 // holding bag text, an HTTP reply header block and a URL query string.
+#include "props/props_loaders.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +12,6 @@
 
 #include "props/bag_access.h"
 #include "props/props_format.h"
-#include "props/props_loaders.h"
 #include "qel/frame/error.h"
 #include "qel/frame/template.h"
 #include "qel/frame/url_encode.h"

@@ -275,16 +275,11 @@ TEST_F(PropsTextEn, DatesKeepDayFirstWithTheLocaleSeparator) {
 // for a Single), with "," before the fraction whatever the locale's separator.
 void CheckBinaryTexts() {
   const std::pair<Variant, const char*> values[] = {
-      {100000.0, "100000"},
-      {0.0001, "0,0001"},
-      {0.1 + 0.2, "0,3"},
-      {1.0 / 3, "0,333333333333333"},
-      {-2.5, "-2,5"},
-      {-0.0, "0"},
-      {1e300, "1E+300"},
-      {-2.2250738585072014e-308, "-2,2250738585072E-308"},
-      {1.1f, "1,1"},
-      {16777216.0f, "1,677722E+07"},
+      {100000.0, "100000"}, {0.0001, "0,0001"},
+      {0.1 + 0.2, "0,3"},   {1.0 / 3, "0,333333333333333"},
+      {-2.5, "-2,5"},       {-0.0, "0"},
+      {1e300, "1E+300"},    {-2.2250738585072014e-308, "-2,2250738585072E-308"},
+      {1.1f, "1,1"},        {16777216.0f, "1,677722E+07"},
   };
   for (const auto& [value, text] : values) {
     QelProps bag;
