@@ -1,21 +1,20 @@
 // What the bag text's reader and writer, and the bag itself, share: the character classes of
-// name tokens, the key hash, the nesting limit, the type codes with a meaning of their own, and
-// the internal access the reader needs to store properties without going through Variant keys.
+// name tokens, the nesting limit and the type codes with a meaning of their own.
 #ifndef QEL_SRC_PROPS_PROPS_FORMAT_H_
 #define QEL_SRC_PROPS_PROPS_FORMAT_H_
 
-#include <array>
 #include <cstdint>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
+#include "frame/char_class.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 #include "qel/props/qel_props.h"
 
-namespace qel::props {
+namespace qel::internal {
 
 // Deepest nesting of bags that the reader, the writer and Merge follow before raising error 28.
 // Why this number is explained atop props_parser.cc.
@@ -24,24 +23,9 @@ inline constexpr int kMaxNesting = 1000;
 // Type code of a byte array value, written in hexadecimal (see props_writer.cc).
 inline constexpr int32_t kByteArrayCode = static_cast<int32_t>(VarType::kByteArray);
 
-// Name tokens: the characters that collate from "A" to "Z" in a text comparison (the ASCII
-// letters and the letters of Latin-1 and Latin Extended-A/B), "_", and after the first
-// character the digits "0" to "9". A table answers for the first 256 code units.
-enum CharClass : uint8_t { kOther = 0, kNameStart = 1, kDigit = 2 };
-inline constexpr auto kCharClasses = [] {
-  std::array<uint8_t, 256> t{};
-  for (int c = 'A'; c <= 'Z'; ++c) t[c] = kNameStart;
-  for (int c = 'a'; c <= 'z'; ++c) t[c] = kNameStart;
-  for (int c = 0xC0; c <= 0xFF; ++c) t[c] = kNameStart;
-  t['_'] = kNameStart;
-  t[0xD7] = t[0xF7] = kOther;
-  for (int c = '0'; c <= '9'; ++c) t[c] = kDigit;
-  return t;
-}();
-inline uint8_t ClassOf(char16_t c) { return c < 256 ? kCharClasses[c] : c <= 0x24F; }
-inline bool IsNameStart(char16_t c) { return ClassOf(c) == kNameStart; }
-inline bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-inline bool IsNameChar(char16_t c) { return ClassOf(c) != kOther; }
+// Name tokens: a letter (char_class.h) or "_", then letters, digits and "_".
+inline bool IsNameStart(char16_t c) { return IsLetter(c) || c == u'_'; }
+inline bool IsNameChar(char16_t c) { return IsNameStart(c) || IsDigit(c); }
 
 // The first position from `p` on that holds no name character, or `end`.
 inline const char16_t* SkipNameChars(const char16_t* p, const char16_t* end) {
@@ -81,30 +65,6 @@ Text WriteBagText(const QelProps& bag, int32_t format);
 // Reads bag text into `bag`, which the caller has emptied (props_parser.cc).
 void ReadBagText(TextView text, QelProps* bag);
 
-// Hash of a key ignoring case (as EqualsNoCase compares), seeded once per process so that
-// text from outside cannot choose colliding names in advance.
-uint32_t KeyHash(TextView key);
-
-}  // namespace qel::props
-
-namespace qel {
-
-// The reader's way into a bag.
-class QelPropsInternal {
- public:
-  // Makes room for `count` properties in an empty bag.
-  static void Reserve(QelProps* bag, size_t count) { bag->items_.reserve(count); }
-  // Stores `value` under `name` (already trimmed), creating the property when absent.
-  // REQUIRES: value is not an object other than a QelProps.
-  static void Store(QelProps* bag, TextView name, Variant value) {
-    bag->FindOrCreateName(name).value_ = std::move(value);
-  }
-  // The same for a name known to be a name token.
-  static void StoreToken(QelProps* bag, TextView name, Variant value) {
-    bag->FindOrCreateName(name, /*is_token=*/true).value_ = std::move(value);
-  }
-};
-
-}  // namespace qel
+}  // namespace qel::internal
 
 #endif  // QEL_SRC_PROPS_PROPS_FORMAT_H_

@@ -1,12 +1,16 @@
 // The loaders that fill a bag from something other than bag text held as Text: bytes and files
 // holding bag text, an HTTP reply header block and a URL query string.
+#include "props/props_loaders.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
+#include "props/bag_access.h"
 #include "props/props_format.h"
 #include "qel/frame/error.h"
 #include "qel/frame/template.h"
@@ -69,14 +73,21 @@ Text FromUtf16(std::string_view bytes, bool big_endian) {
   return out;
 }
 
-// The text of a bag text file's bytes (see QelProps::LoadFromFile).
-Text DecodeFile(std::string_view bytes) {
+}  // namespace
+
+namespace internal {
+
+Text DecodeBagFile(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) return FromUtf8(bytes.substr(3));
   if (bytes.starts_with("\xFF\xFE")) return FromUtf16(bytes.substr(2), false);
   if (bytes.starts_with("\xFE\xFF")) return FromUtf16(bytes.substr(2), true);
   if (IsValidUtf8(bytes)) return FromUtf8(bytes);
   return FromAnsi(bytes);
 }
+
+}  // namespace internal
+
+namespace {
 
 Text ErrnoText(int err) {
   switch (err) {
@@ -127,15 +138,24 @@ void QelProps::LoadFromBytes(std::span<const uint8_t> bytes) {
 }
 
 void QelProps::LoadFromFile(TextView path) {
-  const Text text = DecodeFile(ReadWholeFile(path));
+  const Text text = internal::DecodeBagFile(ReadWholeFile(path));
   Chaining(u"QelProps.LoadFromFile:", [&] { LoadFromText(text); });
 }
 
 void QelProps::LoadFromHttp(TextView header_block) {
+  using internal::BagAccess;
+  if (static_cast<size_t>(std::count(header_block.begin(), header_block.end(), u'\n')) >
+      kMaxHttpLines) {  // checked first: a refused block leaves the bag as it was
+    RaiseError(E_INVALIDARG, u"QelProps.LoadFromHttp",
+               u"El bloque de encabezados tiene más de %1 líneas",
+               {Variant(static_cast<int32_t>(kMaxHttpLines))});
+  }
   const Text copy(header_block);  // the view may point into a value about to be cleared
   const TextView headers = copy;
   Clear();
-  QelProp* last = nullptr;  // the header a continuation line extends
+  // The String value that a continuation line or a repeated header extends, in place: a block
+  // of many such lines costs time in proportion to its length.
+  Text* last = nullptr;
   size_t from = 0;
   while (from < headers.size()) {
     size_t eol = headers.find(u'\n', from);
@@ -158,25 +178,24 @@ void QelProps::LoadFromHttp(TextView header_block) {
       int32_t code = 0;
       if (!status.empty() && status.size() <= 9) {
         for (char16_t c : status) {
-          if (!props::IsDigit(c)) {
+          if (!internal::IsDigit(c)) {
             code = 0;
             break;
           }
           code = code * 10 + (c - u'0');
         }
       }
-      FindOrCreateName(u"HTTP_PROTOCOL").value_ = Variant(line.substr(0, 4));
-      FindOrCreateName(u"HTTP_VERSION").value_ = Variant(version);
-      FindOrCreateName(u"HTTP_STATUS").value_ = Variant(code);
-      FindOrCreateName(u"HTTP_MESSAGE").value_ = Variant(message);
+      BagAccess::ValueOf(BagAccess::FindOrCreateName(*this, u"HTTP_PROTOCOL")) =
+          Variant(line.substr(0, 4));
+      BagAccess::ValueOf(BagAccess::FindOrCreateName(*this, u"HTTP_VERSION")) = Variant(version);
+      BagAccess::ValueOf(BagAccess::FindOrCreateName(*this, u"HTTP_STATUS")) = Variant(code);
+      BagAccess::ValueOf(BagAccess::FindOrCreateName(*this, u"HTTP_MESSAGE")) = Variant(message);
       last = nullptr;
       continue;
     }
     if ((line[0] == u' ' || line[0] == u'\t') && last != nullptr) {
-      Text joined = last->value_.Get<Text>();
-      joined.push_back(u' ');
-      joined.append(TrimBlanks(line));
-      last->value_ = Variant(std::move(joined));
+      last->push_back(u' ');
+      last->append(TrimBlanks(line));
       continue;
     }
     const size_t colon = line.find(u':');
@@ -186,17 +205,14 @@ void QelProps::LoadFromHttp(TextView header_block) {
       continue;
     }
     const TextView value = TrimBlanks(line.substr(colon + 1));
-    const size_t i = FindName(name, props::KeyHash(name));
-    if (i != kNotFound && items_[i]->value_.IsText()) {
-      Text joined = items_[i]->value_.Get<Text>();
-      joined.append(u", ");
-      joined.append(value);
-      items_[i]->value_ = Variant(std::move(joined));
-      last = items_[i].get();
+    Variant& stored = BagAccess::ValueOf(BagAccess::FindOrCreateName(*this, name));
+    if (stored.IsText()) {  // a repeated header
+      stored.Get<Text>().append(u", ");
+      stored.Get<Text>().append(value);
     } else {
-      last = &FindOrCreateName(name);
-      last->value_ = Variant(value);
+      stored = Variant(value);
     }
+    last = &stored.Get<Text>();
   }
 }
 
@@ -220,8 +236,8 @@ void QelProps::LoadFromURL(TextView url) {
     if (field.empty()) continue;
     const size_t eq = field.find(u'=');
     const Text name = UrlDecode(field.substr(0, eq));
-    QelProp& prop = FindOrCreateName(Trim(name));
-    prop.value_ = eq == TextView::npos ? Variant::Null() : Variant(UrlDecode(field.substr(eq + 1)));
+    internal::BagAccess::ValueOf(internal::BagAccess::FindOrCreateName(*this, Trim(name))) =
+        eq == TextView::npos ? Variant::Null() : Variant(UrlDecode(field.substr(eq + 1)));
   }
 }
 

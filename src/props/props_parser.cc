@@ -31,30 +31,27 @@
 // look-ahead, token texts are views into the input except for strings with doubled quotes,
 // which are unescaped into one reused buffer, and adjacent strings, joined in another. Typed
 // strings are converted by TypedValues (typed_value.h) straight from those views. Each nested bag
-// is one more ParseList/ParseEntry pair of frames, so nesting is capped at props::kMaxNesting
-// (1000) levels, past which error 28
-// ("Espacio de pila insuficiente") is raised instead of letting hostile text exhaust the stack.
-// The cap is far beyond any bag people write, and low enough that the deepest recursion of the
-// reader, of the writer, of Merge and of freeing a nested bag fits easily in a thread's stack:
-// on an optimized build, 1000 levels take about 320 KB to read, 256 KB to merge and 128 KB to
-// write or free (a few times that under the sanitizers), against the 8 MB a thread gets by
-// default on Linux.
+// is one more ParseList/ParseEntry pair of frames, so nesting is capped at kMaxNesting (1000)
+// levels, past which error 28 ("Espacio de pila insuficiente") is raised instead of letting
+// hostile text exhaust the stack. The cap is far beyond any bag people write, and low enough
+// that the deepest recursion of the reader, of the writer and of Merge fits easily in a
+// thread's stack: on an optimized build, 1000 levels take a few hundred KB (a few times that
+// under the sanitizers), against the 8 MB a thread gets by default on Linux. Freeing a bag
+// does not recurse at all (see ~QelProps).
 #include <algorithm>
 #include <cstdint>
 #include <vector>
 
 #include "frame/unit_scan.h"
-#include "props/prop_pool.h"
+#include "props/bag_access.h"
 #include "props/props_format.h"
 #include "props/typed_value.h"
 #include "qel/frame/error.h"
 #include "qel/frame/locale.h"
 #include "qel/props/qel_props.h"
 
-namespace qel::props {
+namespace qel::internal {
 namespace {
-
-using internal::FindUnit;
 
 constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2";
 
@@ -176,12 +173,12 @@ class Parser {
       Next();
       if (AtSymbol(u';')) continue;
       if (kind_ == Kind::kName) {
-        ParseEntry(bag, token_, true, depth);
+        ParseEntry(bag, token_, depth);
       } else if (kind_ == Kind::kString && !token_in_buffer_) {
-        ParseEntry(bag, Trim(token_), false, depth);
+        ParseEntry(bag, Trim(token_), depth);
       } else if (kind_ == Kind::kString) {
         const Text name(Trim(token_));  // the buffer is reused by the next string
-        ParseEntry(bag, name, false, depth);
+        ParseEntry(bag, name, depth);
       } else {
         return;  // the caller decides what may follow
       }
@@ -197,8 +194,7 @@ class Parser {
     return true;
   }
 
-  // `is_token`: the name was a name token (else a string).
-  void ParseEntry(QelProps* bag, TextView name, bool is_token, int depth) {
+  void ParseEntry(QelProps* bag, TextView name, int depth) {
     int32_t code = -1;
     if (TakeSymbol(u':')) {
       Next();
@@ -207,7 +203,7 @@ class Parser {
     }
     if (!TakeSymbol(u'=')) {
       Next();  // whatever follows is for the caller
-      Store(bag, name, is_token, Variant::Null());
+      Store(bag, name, Variant::Null());
       return;
     }
     Next();
@@ -226,7 +222,7 @@ class Parser {
         break;
       default: {
         if (!AtSymbol(u'[')) Expected(u"un valor después del símbolo '='");
-        auto nested = std::allocate_shared<QelProps>(PoolAllocator<QelProps>());
+        auto nested = std::make_shared<QelProps>();
         ParseNested(nested.get(), depth + 1);
         if (!AtSymbol(u']')) Expected(u"el símbolo ']'");
         Next();
@@ -234,7 +230,7 @@ class Parser {
         break;
       }
     }
-    Store(bag, name, is_token, std::move(value));
+    Store(bag, name, std::move(value));
   }
 
   // Nested bags at one depth are often rows of one shape, so each starts with room for as many
@@ -243,17 +239,16 @@ class Parser {
     constexpr uint32_t kMaxReserve = 128;
     const auto level = static_cast<size_t>(depth);
     if (level >= sizes_.size()) sizes_.resize(level + 1, 0);
-    QelPropsInternal::Reserve(bag, sizes_[level]);
+    internal::BagAccess::Reserve(*bag, sizes_[level]);
     ParseList(bag, depth);
     sizes_[level] = std::min(static_cast<uint32_t>(bag->Count()), kMaxReserve);
   }
 
-  static void Store(QelProps* bag, TextView name, bool is_token, Variant value) {
-    if (is_token) {
-      QelPropsInternal::StoreToken(bag, name, std::move(value));
-    } else {
-      QelPropsInternal::Store(bag, name, std::move(value));
-    }
+  // Stores with the bag's find-or-create, so that a later entry of a name replaces the value
+  // of an earlier one in place.
+  static void Store(QelProps* bag, TextView name, Variant value) {
+    using internal::BagAccess;
+    BagAccess::ValueOf(BagAccess::FindOrCreateName(*bag, name)) = std::move(value);
   }
 
   // The current string token joined with the strings that follow it, converted by the type
@@ -294,4 +289,4 @@ class Parser {
 
 void ReadBagText(TextView text, QelProps* bag) { Parser(text).ParseText(bag); }
 
-}  // namespace qel::props
+}  // namespace qel::internal

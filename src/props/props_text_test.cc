@@ -2,7 +2,9 @@
 // inputs), writing (exact texts of each form) and a randomized round trip.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -12,6 +14,7 @@
 #include "props/props_testing.h"
 #include "qel/frame/date.h"
 #include "qel/frame/error.h"
+#include "qel/frame/url_encode.h"
 #include "qel/props/qel_props.h"
 
 namespace qel {
@@ -268,25 +271,37 @@ TEST_F(PropsTextEn, DatesKeepDayFirstWithTheLocaleSeparator) {
   EXPECT_EQ(bag.ToText(qelFormatNormal), u"N=5;D:7=\"15/03/2006\";Q=[X=1]");
 }
 
-TEST_F(PropsTextEs, BinaryNumbersUseTheShortestExactDigits) {
-  const std::pair<double, const char*> doubles[] = {
-      {0.1, "0,1"}, {1e300, "1e+300"},  {1.0 / 3, "0,3333333333333333"},
-      {-0.0, "0"},  {5e-324, "5e-324"}, {-2.2250738585072014e-308, "-2,2250738585072014e-308"}};
-  for (const auto& [v, text] : doubles) {
+// Singles and Doubles are written as CStr writes them (15 significant digits for a Double, 7
+// for a Single), with "," before the fraction whatever the locale's separator.
+void CheckBinaryTexts() {
+  const std::pair<Variant, const char*> values[] = {
+      {100000.0, "100000"}, {0.0001, "0,0001"},
+      {0.1 + 0.2, "0,3"},   {1.0 / 3, "0,333333333333333"},
+      {-2.5, "-2,5"},       {-0.0, "0"},
+      {1e300, "1E+300"},    {-2.2250738585072014e-308, "-2,2250738585072E-308"},
+      {1.1f, "1,1"},        {16777216.0f, "1,677722E+07"},
+  };
+  for (const auto& [value, text] : values) {
     QelProps bag;
-    bag.SetValue(u"d", v);
-    EXPECT_EQ(ToUtf8(bag.ToText()), std::string("d:5=\"") + text + "\"");
+    bag.SetValue(u"d", value);
+    const std::string code = value.type() == VarType::kSingle ? "4" : "5";
+    EXPECT_EQ(ToUtf8(bag.ToText()), "d:" + code + "=\"" + text + "\"");
+    EXPECT_EQ(ToUtf8(bag.ToText(qelFormatPostData)), "d=" + ToUtf8(UrlEncode(T(text))));
+    // What is written reads back as the value rounded to those digits.
     QelProps back;
     back.LoadFromText(bag.ToText());
-    EXPECT_EQ(back.Value(u"d"), Variant(v)) << text;
+    std::string c_text = text;
+    std::replace(c_text.begin(), c_text.end(), ',', '.');
+    const double rounded = std::strtod(c_text.c_str(), nullptr);
+    EXPECT_EQ(back.Value(u"d"), value.type() == VarType::kSingle
+                                    ? Variant(static_cast<float>(rounded))
+                                    : Variant(rounded))
+        << text;
   }
-  // The largest Single has no shorter digits that read back as a Single.
-  QelProps bag;
-  bag.SetValue(u"s", std::numeric_limits<float>::max());
-  QelProps back;
-  back.LoadFromText(bag.ToText());
-  EXPECT_EQ(back.Value(u"s"), Variant(std::numeric_limits<float>::max()));
 }
+
+TEST_F(PropsTextEs, BinaryNumbersAreWrittenAsCStrWritesThem) { CheckBinaryTexts(); }
+TEST_F(PropsTextEn, BinaryNumbersTakeTheDecimalCommaInAnyLocale) { CheckBinaryTexts(); }
 
 TEST(PropsTextWriteErrors, ValuesWithoutATextForm) {
   QelProps bag;
@@ -339,13 +354,17 @@ class RandomBags {
     return Text(Trim(name));
   }
 
+  // Doubles of 15 significant digits, which the text carries exactly.
   double Double() {
     for (;;) {
       const uint64_t bits = (uint64_t{rng_()} << 32) | rng_();
       double d;
       std::memcpy(&d, &bits, sizeof d);
       if (!std::isfinite(d)) continue;
-      return rng_() % 2 || std::fabs(d) > 1e300 ? d : std::round(d * 1e6) / 1e6;
+      if (rng_() % 2 == 0 && std::fabs(d) < 1e300) d = std::round(d * 1e6) / 1e6;
+      char digits[32];
+      std::snprintf(digits, sizeof digits, "%.14e", d);
+      return std::strtod(digits, nullptr);
     }
   }
 
@@ -355,10 +374,8 @@ class RandomBags {
         return static_cast<int32_t>(rng_());
       case 1:
         return static_cast<int16_t>(rng_());
-      case 2: {
-        const float f = static_cast<float>(Double());
-        return std::isfinite(f) ? f : 1.25f;
-      }
+      case 2:  // Singles of at most 7 significant digits, which the text carries exactly
+        return static_cast<float>(static_cast<int32_t>(rng_() % 2000000) - 1000000) / 2;
       case 3:
         return Double();
       case 4:

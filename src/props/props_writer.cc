@@ -9,8 +9,10 @@
 //               ":" type code "=" and the quoted text:
 //     Integer, Byte    decimal digits
 //     Boolean          "-1" or "0"
-//     Single, Double   the shortest digits that read back as the same value, "," before the
-//                      fraction, exponent as "e-05" (infinities and NaN raise 6)
+//     Single, Double   CStr's digits (15 significant for a Double, 7 for a Single) with the
+//                      locale's decimal separator replaced by ",": "100000", "0,0001",
+//                      "1,5E+300" (infinities and NaN raise 6); a value with more digits than
+//                      that reads back rounded to them
 //     Currency         exact, "," before the fraction, trailing zeros dropped
 //     Decimal          exact, "," before the fraction, as many decimals as its scale
 //     Date             DD/MM/YYYY with the locale's date separator; the time of day is not
@@ -31,12 +33,16 @@
 //     [
 //     <tab>X = 1
 //     ]
+// Size: a bag that holds one nested bag in many places is written in full at every one, so a
+// bag of a few hundred properties can stand for more text than memory holds; past
+// QelProps::kMaxTextUnits code units writing stops with E_INVALIDARG. A bag that contains
+// itself stops at the nesting limit with 28.
+//
 // Post-data form (qelFormatPostData): URL-encoded form fields name=value joined by "&", each
 // name and value encoded by UrlEncode; the value is the value text above without quotes (a
 // nested bag's is its compact text), an Empty value leaves "name=" and a Null one "name".
 #include <charconv>
 #include <cmath>
-#include <limits>
 
 #include "props/props_format.h"
 #include "qel/frame/convert.h"
@@ -46,7 +52,7 @@
 #include "qel/frame/url_encode.h"
 #include "qel/props/qel_props.h"
 
-namespace qel::props {
+namespace qel::internal {
 namespace {
 
 constexpr int32_t kNoCode = -1;
@@ -62,34 +68,12 @@ void AppendInteger(I v, Text* out) {
   AppendAscii(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
 }
 
-// Digits of a binary number with "," before the fraction.
-void AppendBinary(std::string_view digits, Text* out) {
-  for (char c : digits) out->push_back(c == '.' ? u',' : static_cast<char16_t>(c));
-}
-
-void AppendDouble(double v, Text* out) {
-  if (!std::isfinite(v)) RaiseRuntime(kErrOverflow);
-  if (v == 0) v = 0;  // no "-0"
-  char buf[32];
-  const auto r = std::to_chars(buf, buf + sizeof buf, v);
-  AppendBinary(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
-}
-
-// A Single is read back as a Double rounded to Single. Its own shortest digits do that in
-// nearly every case; where they do not (they may lie past the largest Single), the digits of
-// the exact Double value are written instead.
-void AppendSingle(float v, Text* out) {
-  if (!std::isfinite(v)) RaiseRuntime(kErrOverflow);
-  if (v == 0) v = 0;  // no "-0"
-  char buf[32];
-  const auto r = std::to_chars(buf, buf + sizeof buf, v);
-  double back = 0;
-  std::from_chars(buf, r.ptr, back);
-  if (std::fabs(back) <= std::numeric_limits<float>::max() && static_cast<float>(back) == v) {
-    AppendBinary(std::string_view(buf, static_cast<size_t>(r.ptr - buf)), out);
-  } else {
-    AppendDouble(static_cast<double>(v), out);
-  }
+// The platform's text of a Single or Double (CStr) with "," before the fraction.
+void AppendBinary(const Variant& v, Text* out) {
+  const double d = v.type() == VarType::kSingle ? v.Get<float>() : v.Get<double>();
+  if (!std::isfinite(d)) RaiseRuntime(kErrOverflow);
+  const char16_t decimal = ThreadLocale().decimal;
+  for (char16_t c : CStr(v)) out->push_back(c == decimal ? u',' : c);
 }
 
 void AppendDecimal(const Decimal& d, Text* out) {
@@ -136,6 +120,7 @@ class Writer {
     if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
     bool first = true;
     for (const auto& p : bag) {
+      CheckSize();
       if (!first) out_->push_back(u';');
       first = false;
       AppendName(*p);
@@ -153,6 +138,7 @@ class Writer {
     if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
     int left = bag.Count();
     for (const auto& p : bag) {
+      CheckSize();
       Indent(depth);
       AppendName(*p);
       if (auto nested = p->Props()) {
@@ -174,6 +160,7 @@ class Writer {
     bool first = true;
     Text value;
     for (const auto& p : bag) {
+      CheckSize();
       if (!first) out_->push_back(u'&');
       first = false;
       AppendUrlEncoded(p->Name(), out_);
@@ -191,6 +178,16 @@ class Writer {
   }
 
  private:
+  // Checked before each property, whose own text (a name, a value, a line's indentation) is
+  // bounded by what the bag holds, not by how often it is shared.
+  void CheckSize() const {
+    if (out_->size() > QelProps::kMaxTextUnits) {
+      RaiseError(E_INVALIDARG, u"QelProps.ToText",
+                 u"El texto de la bolsa supera el máximo de %1 caracteres",
+                 {Variant(static_cast<int32_t>(QelProps::kMaxTextUnits))});
+    }
+  }
+
   void Indent(int depth) { out_->append(static_cast<size_t>(depth), u'\t'); }
 
   void AppendName(const QelProp& p) {
@@ -271,10 +268,8 @@ class Writer {
         out->append(v.Get<bool>() ? u"-1" : u"0");
         break;
       case VarType::kSingle:
-        AppendSingle(v.Get<float>(), out);
-        break;
       case VarType::kDouble:
-        AppendDouble(v.Get<double>(), out);
+        AppendBinary(v, out);
         break;
       case VarType::kCurrency:
         AppendDecimal(CDec(v), out);  // trailing zeros dropped
@@ -320,4 +315,4 @@ Text WriteBagText(const QelProps& bag, int32_t format) {
   return out;
 }
 
-}  // namespace qel::props
+}  // namespace qel::internal

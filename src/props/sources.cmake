@@ -1,5 +1,5 @@
 list(APPEND QEL_SOURCES
-  src/props/prop_pool.cc
+  src/props/name_index.cc
   src/props/props_loaders.cc
   src/props/props_parser.cc
   src/props/props_writer.cc
@@ -7,7 +7,7 @@ list(APPEND QEL_SOURCES
   src/props/qel_props.cc
   src/props/typed_value.cc)
 list(APPEND QEL_TESTS
-  src/props/prop_pool_test.cc
+  src/props/props_hostile_test.cc
   src/props/props_loaders_test.cc
   src/props/props_text_test.cc
   src/props/qel_props_test.cc

@@ -8,7 +8,7 @@
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
 
-namespace qel::props {
+namespace qel::internal {
 namespace {
 
 int HexValue(char16_t c) {
@@ -136,7 +136,7 @@ Variant TypedValues::Convert(TextView text, int32_t code) const {
       return Variant(text);
   }
   try {
-    if (auto value = Quick(text, type)) return std::move(*value);
+    if (auto value = ConvertWriterShapes(text, type)) return std::move(*value);
     Text digits(text);
     if (HasDecimalComma(type)) {
       const size_t comma = digits.rfind(u',');
@@ -148,7 +148,7 @@ Variant TypedValues::Convert(TextView text, int32_t code) const {
   }
 }
 
-std::optional<Variant> TypedValues::Quick(TextView text, VarType type) const {
+std::optional<Variant> TypedValues::ConvertWriterShapes(TextView text, VarType type) const {
   switch (type) {
     case VarType::kInteger:
     case VarType::kLong:
@@ -187,4 +187,4 @@ std::optional<Variant> TypedValues::Quick(TextView text, VarType type) const {
   return Variant(CCur(Variant(*d)));  // the rounding to four places of a Currency text
 }
 
-}  // namespace qel::props
+}  // namespace qel::internal

@@ -18,7 +18,7 @@
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
-namespace qel::props {
+namespace qel::internal {
 
 class TypedValues {
  public:
@@ -31,9 +31,9 @@ class TypedValues {
   Variant Convert(TextView text, int32_t code) const;
 
  private:
-  // The value through the shortcuts, or nullopt to take the general path. May raise what the
-  // conversion raises.
-  std::optional<Variant> Quick(TextView text, VarType type) const;
+  // The value of a text in one of the shapes the writer makes (see above), or nullopt for any
+  // other text, which takes the general path. May raise what the conversion raises.
+  std::optional<Variant> ConvertWriterShapes(TextView text, VarType type) const;
 
   const LocaleInfo& loc_;
   // Neither separator of the locale can be taken for a digit, sign or exponent letter, so a
@@ -41,6 +41,6 @@ class TypedValues {
   bool plain_separators_;
 };
 
-}  // namespace qel::props
+}  // namespace qel::internal
 
 #endif  // QEL_SRC_PROPS_TYPED_VALUE_H_

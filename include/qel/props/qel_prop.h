@@ -4,8 +4,7 @@
 // any automation type: Empty, Null, a scalar, a byte or variant array, or a nested QelProps held
 // by shared reference. Bags create their properties and hold them by shared reference; a
 // property may also be created on its own (QelProp::Create, or CreateObject(u"QelProp") with an
-// empty name). Either way a property is one block of memory holding the control block of its
-// shared_ptr, the property and its name, so it can only be made through those.
+// empty name).
 // Like every library object it belongs to the thread that made it and takes no locks.
 #ifndef QEL_PROPS_QEL_PROP_H_
 #define QEL_PROPS_QEL_PROP_H_
@@ -14,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
@@ -21,24 +21,29 @@
 namespace qel {
 
 class QelProps;
+namespace internal {
+class BagAccess;
+}
 
-class QelProp final : public Object {
+class QEL_EXPORT QelProp final : public Object {
  public:
   // A new property named `name` with surrounding blanks removed, holding Empty.
   static std::shared_ptr<QelProp> Create(TextView name = {});
 
+  // Use Create; public only so that std::make_shared can reach it. REQUIRES: `trimmed_name`
+  // has no surrounding blanks.
+  explicit QelProp(TextView trimmed_name);
+
   TextView ClassName() const override { return u"QelProp"; }
 
-  // The name as given at creation, trimmed. The view lasts as long as the property.
-  TextView Name() const {
-    return {reinterpret_cast<const char16_t*>(this + 1), name_bits_ & kNameSizeMask};
-  }
+  // The name as given at creation, trimmed.
+  const Text& Name() const { return name_; }
   // The name as the bag text writes it: the name itself when it reads back as a name token
   // (a letter or "_" followed by letters, digits and "_"), otherwise the name in double quotes
   // with inner double quotes doubled.
   Text StrName() const;
   // True when StrName is the bare name. Decided once, when the property is made.
-  bool name_is_token() const { return (name_bits_ & kNameIsToken) != 0; }
+  bool name_is_token() const { return name_is_token_; }
 
   // The value; an object value is shared with the caller, anything else is a copy once the
   // caller copies it. The reference stays valid until the next SetValue.
@@ -71,22 +76,11 @@ class QelProp final : public Object {
   std::optional<Variant> DefaultValue() override { return value_; }
 
  private:
-  friend class QelProps;
-  friend class QelPropsInternal;
-  friend struct PropBlock;
+  friend class internal::BagAccess;
 
-  static constexpr uint32_t kNameIsToken = uint32_t{1} << 31;
-  static constexpr uint32_t kNameSizeMask = kNameIsToken - 1;
-
-  QelProp(uint32_t key_hash, uint32_t name_bits) : key_hash_(key_hash), name_bits_(name_bits) {}
-
-  // A property named `trimmed_name`, whose key hash and name-token test the caller has done.
-  static std::shared_ptr<QelProp> Make(TextView trimmed_name, uint32_t key_hash, bool is_token);
-
+  Text name_;
   Variant value_;
-  uint32_t key_hash_;   // hash of the name ignoring case, for the bag's index
-  uint32_t name_bits_;  // the name's length in code units, and kNameIsToken
-  // The name's code units follow the object in its block.
+  bool name_is_token_;
 };
 
 }  // namespace qel

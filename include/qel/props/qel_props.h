@@ -4,13 +4,15 @@
 // reachable by 1-based position too. Keys are trimmed of surrounding blanks, both when a
 // property is created and when one is looked up. A number key (Integer, Long, Single, Double,
 // Currency, Decimal, Byte) is a position; any other key is a name, taken as its text. Lookups by
-// name take constant time on average whatever the size of the bag; removing a property takes
-// time proportional to the size.
+// name take constant time on average whatever the size of the bag and whatever names it holds;
+// removing a property takes time proportional to the size.
 //
 // The bag holds its properties, and a property its nested bag, by shared reference: a bag
 // handed out by Value or Props is the same object, not a copy (Copy and Clone make copies).
-// Nothing guards against a bag that contains itself; writing such a bag as text, or merging
-// into it, stops with error 28 at the nesting limit (and the cycle is never freed).
+// Bags may therefore share a nested bag, and a bag may contain itself. Nesting deeper than
+// 1,000 levels (which includes every bag that contains itself) stops writing with error 28;
+// a bag that contains itself is never freed. Freeing a bag does not recurse, so a bag
+// nested to any depth through the API can be freed.
 //
 // The bag has a text form of its own (ToText / LoadFromText), described atop
 // src/props/props_parser.cc. Loaders fill a bag from that text, from bytes or a file holding
@@ -26,6 +28,7 @@
 #include <span>
 #include <vector>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
@@ -40,14 +43,18 @@ enum QelFormatTypes : int32_t {
   qelFormatPostData = 2,  // URL-encoded form fields: N=5&D=15-03-2006&Q=X%3D1
 };
 
-class QelPropsInternal;
+namespace internal {
+class BagAccess;
+class NameIndex;
+}  // namespace internal
 
-class QelProps final : public Object {
+class QEL_EXPORT QelProps final : public Object {
  public:
   using PropPtr = std::shared_ptr<QelProp>;
   using const_iterator = std::vector<PropPtr>::const_iterator;
 
-  QelProps() = default;
+  QelProps();
+  ~QelProps() override;
 
   TextView ClassName() const override { return u"QelProps"; }
 
@@ -68,7 +75,8 @@ class QelProps final : public Object {
   // Assigns to the property under `key` as QelProp::SetValue does, first creating it at the end
   // of the bag when absent; the new property's name is the key's text, trimmed (a position out
   // of range creates a property named by the number). Raises what QelProp::SetValue raises, and
-  // the conversion error of a key with no text form (94 for Null).
+  // the conversion error of a key with no text form (94 for Null). A property created for a
+  // value that QelProp::SetValue then refuses stays in the bag, Empty.
   void SetValue(const Variant& key, const Variant& value);
 
   // Number of properties.
@@ -86,7 +94,9 @@ class QelProps final : public Object {
   // bags the source's bag is merged into this one's recursively, or, when the source's nested
   // bag holds a property named "NOMERGE", this one's nested bag is replaced by a copy of it.
   // Properties that `source` lacks are kept. Nothing happens when `source` is null or this bag.
-  // Raises 28 past the nesting limit (a bag that contains itself).
+  // Each pair of a nested source bag and the bag it goes into is merged once per call, so
+  // shared nested bags cost once and bags that contain themselves end; nesting past the limit
+  // raises 28.
   void Merge(const std::shared_ptr<QelProps>& source);
 
   // A new bag with a copy of this one's properties (see Copy).
@@ -100,7 +110,11 @@ class QelProps final : public Object {
 
   // The bag as text in one of the QelFormatTypes. Raises E_INVALIDARG (source
   // "QelProps.ToText") for an unknown format, 28 past the nesting limit, 13 for a variant array
-  // value and 6 for a Single or Double that is infinite or not a number.
+  // value and 6 for a Single or Double that is infinite or not a number. A bag that shares a
+  // nested bag is written in full at every place it holds it, so the text can be far larger
+  // than the bag; a text that would pass kMaxTextUnits code units raises E_INVALIDARG (source
+  // "QelProps.ToText") instead.
+  static constexpr size_t kMaxTextUnits = size_t{1} << 25;
   Text ToText(int32_t format = qelFormatNormal) const;
 
   // Replaces the properties by those of a bag text (compact or indented). A syntax error raises
@@ -124,7 +138,9 @@ class QelProps final : public Object {
   // (a Long) and "HTTP_MESSAGE" ("OK", possibly empty); each "Name: value" line gives a String
   // property under the name, value trimmed. A header repeated is joined with ", "; a line that
   // starts with a blank continues the previous header's value. Lines are separated by CR LF or
-  // LF; other lines are skipped. Never raises for any text.
+  // LF; other lines are skipped. A block of more than kMaxHttpLines line feeds raises E_INVALIDARG
+  // (source "QelProps.LoadFromHttp") and leaves the bag as it was; any other text loads.
+  static constexpr size_t kMaxHttpLines = 10000;
   void LoadFromHttp(TextView headers);
 
   // Replaces the properties by the fields of a URL query string ("a=1&b=x+y"), or of the query
@@ -138,34 +154,12 @@ class QelProps final : public Object {
   const_iterator end() const { return items_.end(); }
 
  private:
-  friend class QelPropsInternal;
-
-  static constexpr size_t kNotFound = static_cast<size_t>(-1);
-  // Bags up to this size are searched without an index.
-  static constexpr size_t kLinearLimit = 8;
-
-  // Index of the item under a name (already trimmed), or kNotFound.
-  size_t FindName(TextView name, uint32_t hash) const noexcept;
-  size_t Find(const Variant& key) const noexcept;
-  // The property under `key`, created at the end when absent.
-  QelProp& FindOrCreate(const Variant& key);
-  // `is_token`: the caller knows the name is a name token (else it is worked out).
-  QelProp& FindOrCreateName(TextView trimmed_name, bool is_token = false);
-  // Adds a property at the end. REQUIRES: no property has that name; hash = its KeyHash.
-  QelProp& Append(TextView trimmed_name, uint32_t hash, bool is_token = false);
-  // Replaces the properties by a copy of source's, through the compact text.
-  void CopyFrom(const QelProps& source);
-  // Replaces the properties by those of `from`, which is left empty.
-  void TakeItems(QelProps* from) noexcept;
-  void IndexInsert(size_t item);
-  void RebuildIndex();
-  void MergeAt(const QelProps& source, int depth);
+  friend class internal::BagAccess;
 
   Text name_;
   std::vector<PropPtr> items_;
-  // Open-addressing hash index over items_ (item position + 1; 0 is a free slot), kept only
-  // once the bag outgrows kLinearLimit. Its size is a power of two at least twice Count.
-  std::vector<uint32_t> slots_;
+  // Finds names in bags too large to search one by one; null in small bags.
+  std::unique_ptr<internal::NameIndex> index_;
 };
 
 }  // namespace qel
