@@ -10,7 +10,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
-#include "qel/fields/qel_global.h"
+#include "qel/global/qel_global.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"

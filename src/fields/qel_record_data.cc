@@ -11,13 +11,23 @@ namespace {
 
 thread_local bool t_default_sign_ansi = false;
 
-// Slots lie within the largest record a layout may describe, so that no range asks for more
-// than that to be allocated.
-void CheckRange(int32_t start, int32_t length) {
+[[noreturn]] void RaiseBadRange(int32_t start, int32_t length) {
+  RaiseError(E_INVALIDARG, u"QelRecordData.Slot",
+             u"El rango de %2 caracteres desde la posición %1 es inválido",
+             {Variant(start), Variant(length)});
+}
+
+// A slot read past the data reads blanks, wherever it starts; only its length is bounded, since
+// that much is allocated to pad it.
+void CheckReadRange(int32_t start, int32_t length) {
+  if (start < 1 || length < 0 || length > kMaxRecordLength) RaiseBadRange(start, length);
+}
+
+// A slot written lies within the largest record a layout may describe, so that no write makes
+// the data grow past it.
+void CheckWriteRange(int32_t start, int32_t length) {
   if (start < 1 || length < 0 || static_cast<int64_t>(start) + length - 1 > kMaxRecordLength) {
-    RaiseError(E_INVALIDARG, u"QelRecordData.Slot",
-               u"El rango de %2 caracteres desde la posición %1 es inválido",
-               {Variant(start), Variant(length)});
+    RaiseBadRange(start, length);
   }
 }
 
@@ -33,7 +43,7 @@ bool IsNullSlotSlow(TextView slot) {
 QelRecordData::QelRecordData() : sign_ansi_(QelDefaultSignANSI()) {}
 
 TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch) const {
-  CheckRange(start, length);
+  CheckReadRange(start, length);
   const size_t begin = static_cast<size_t>(start) - 1;
   const auto len = static_cast<size_t>(length);
   scratch->assign(len, u' ');
@@ -42,7 +52,7 @@ TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch)
 }
 
 std::span<char16_t> QelRecordData::Extend(int32_t start, int32_t length) {
-  CheckRange(start, length);
+  CheckWriteRange(start, length);
   const size_t begin = static_cast<size_t>(start) - 1;
   const auto len = static_cast<size_t>(length);
   if (data_.size() < begin + len) data_.resize(begin + len, u' ');
@@ -57,7 +67,7 @@ Variant QelRecordData::Slot(int32_t start, int32_t length) const {
 }
 
 void QelRecordData::SetSlot(int32_t start, int32_t length, const Variant& text) {
-  CheckRange(start, length);
+  CheckWriteRange(start, length);
   if (text.IsNull()) {
     auto out = Writable(start, length);
     std::fill(out.begin(), out.end(), kEmptySlotChar);

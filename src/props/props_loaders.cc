@@ -32,37 +32,6 @@ bool StartsWithNoCase(TextView text, TextView prefix) {
   return text.size() >= prefix.size() && EqualsNoCase(text.substr(0, prefix.size()), prefix);
 }
 
-bool IsValidUtf8(std::string_view s) {
-  size_t i = 0;
-  while (i < s.size()) {
-    const auto b = static_cast<unsigned char>(s[i]);
-    int extra;
-    char32_t cp;
-    if (b < 0x80) {
-      ++i;
-      continue;
-    } else if ((b & 0xE0) == 0xC0) {
-      extra = 1, cp = b & 0x1F;
-    } else if ((b & 0xF0) == 0xE0) {
-      extra = 2, cp = b & 0x0F;
-    } else if ((b & 0xF8) == 0xF0) {
-      extra = 3, cp = b & 0x07;
-    } else {
-      return false;
-    }
-    if (i + static_cast<size_t>(extra) >= s.size()) return false;
-    for (int k = 1; k <= extra; ++k) {
-      const auto c = static_cast<unsigned char>(s[i + static_cast<size_t>(k)]);
-      if ((c & 0xC0) != 0x80) return false;
-      cp = (cp << 6) | (c & 0x3F);
-    }
-    static constexpr char32_t kMin[] = {0, 0x80, 0x800, 0x10000};
-    if (cp < kMin[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
-    i += static_cast<size_t>(extra) + 1;
-  }
-  return true;
-}
-
 Text FromUtf16(std::string_view bytes, bool big_endian) {
   Text out(bytes.size() / 2, u'\0');
   for (size_t i = 0; i < out.size(); ++i) {
