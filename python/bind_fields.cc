@@ -1,189 +1,261 @@
-// Field values: the RUT routines, the global object (QelGlobal, whose members are also module
-// functions; its properties become module attributes in qelstd/__init__.py), the field types,
-// the record data buffer, fields and the field collection.
+// Field values: the field types, the global object (whose members the package also offers as
+// module functions and attributes), the record data buffer, fields and the field collection.
+#include "arguments.h"
 #include "bindings.h"
 #include "qel/fields/field_types.h"
-#include "qel/fields/qel_record_data.h"
-#include "qel/fields/qel_record_field.h"
-#include "qel/fields/qel_record_fields.h"
 #include "qel/fields/rut.h"
-#include "qel/frame/convert.h"
-#include "qel/global/qel_global.h"
 #include "qel/global/value_compare.h"
+#include "qel/frame/convert.h"
 
 namespace qel::python {
 namespace {
 
-// Text parameters accept any value with a text form, as automation coerces them.
-Text ValidateRut(const Variant& rut_text, int32_t return_size, bool allow_unknown,
-                 bool compute_unknown) {
-  return QelValidateRUT(CStr(rut_text), return_size, allow_unknown, compute_unknown);
+// The file helpers never raise: an argument that is not a path answers False.
+template <class F>
+auto FileHelper(F helper) {
+  return [helper](const py::object& path) {
+    const auto name = FileArgument(path);
+    return name && helper(*name);
+  };
 }
 
-Text FormatRut(const Variant& rut_value, bool thousand_sep) {
-  return QelFormatRUT(CStr(rut_value), thousand_sep);
+// The same as a QelGlobal member.
+template <class F>
+auto FileMember(F helper) {
+  return [helper](const QelGlobal&, const py::object& path) {
+    const auto name = FileArgument(path);
+    return name && helper(*name);
+  };
 }
 
-// An omitted optional argument: told apart from None (Null) and qelstd.Empty, both values.
-py::object Omitted() {
-  static py::object* omitted = new py::object(py::module_::import("builtins").attr("object")());
-  return *omitted;
-}
-
-std::optional<Variant> GivenOrMissing(const py::object& value) {
-  if (value.is(Omitted())) return std::nullopt;
-  return value.cast<Variant>();
+bool OpenDocumentArgs(const py::object& path, const py::object& hwnd) {
+  const auto name = FileArgument(path);
+  if (!name || !py::isinstance<py::int_>(hwnd)) return false;
+  int overflow = 0;
+  const long long h = PyLong_AsLongLongAndOverflow(hwnd.ptr(), &overflow);
+  if (overflow != 0 || h < INT32_MIN || h > INT32_MAX) return false;
+  return OpenDocument(*name, static_cast<int32_t>(h));
 }
 
 }  // namespace
 
-void BindFields(py::module_& m) {
-  for (int32_t t = qelTypeList; t <= qelTypeListEnd; ++t) {
-    static constexpr const char* kNames[] = {"qelTypeList",    "qelTypeText",   "qelTypeNumeric",
-                                             "qelTypeSigned",  "qelTypeDate",   "qelTypeRut",
-                                             "qelTypeAlpha",   "qelTypeListEnd"};
-    m.attr(kNames[t - 1]) = t;
-  }
+void BindFieldTypes(py::module_& m) {
+  static constexpr const char* kNames[] = {"qelTypeList",   "qelTypeText",   "qelTypeNumeric",
+                                           "qelTypeSigned", "qelTypeDate",   "qelTypeRut",
+                                           "qelTypeAlpha",  "qelTypeListEnd"};
+  for (int32_t t = qelTypeList; t <= qelTypeListEnd; ++t) m.attr(kNames[t - 1]) = t;
+}
 
-  py::class_<QelGlobal, Object, std::shared_ptr<QelGlobal>> global(m, "QelGlobal");
-  py::class_<QelRecordData, Object, std::shared_ptr<QelRecordData>> data(m, "QelRecordData");
-  py::class_<QelRecordField, Object, std::shared_ptr<QelRecordField>> field(m, "QelRecordField");
-  py::class_<QelRecordFields, Object, std::shared_ptr<QelRecordFields>> fields(m,
-                                                                               "QelRecordFields");
-
-  global.def(py::init(&QelGlobal::Instance))
-      .def_property_readonly("GlobalSelf", &QelGlobal::GlobalSelf)
+void BindQelGlobal(PyClass<QelGlobal>& c) {
+  // Text parameters accept any value with a text form, as automation coerces them.
+  c.def(py::init(&QelGlobal::Instance))
+      .def_property_readonly("GlobalSelf", &QelGlobal::GlobalSelf, "The global object itself.")
       .def(
           "QelValidateRUT",
-          [](const QelGlobal&, const Variant& t, int32_t n, bool a, bool c) {
-            return ValidateRut(t, n, a, c);
+          [](const QelGlobal& g, const Variant& rut, int32_t size, bool allow, bool compute) {
+            return g.QelValidateRUT(CStr(rut), size, allow, compute);
           },
           py::arg("RutText"), py::arg("ReturnSize") = 0, py::arg("AllowUnknown") = false,
-          py::arg("ComputeUnknown") = false)
+          py::arg("ComputeUnknown") = false,
+          "Validates a RUT text and returns its canonical digits and check character, "
+          "left-padded with zeros to ReturnSize. AllowUnknown accepts '?' as the check "
+          "character; ComputeUnknown replaces it by the computed one.")
       .def(
           "QelFormatRUT",
-          [](const QelGlobal&, const Variant& v, bool sep) { return FormatRut(v, sep); },
-          py::arg("RutValue"), py::arg("ThousandSep") = false)
+          [](const QelGlobal& g, const Variant& rut, bool sep) {
+            return g.QelFormatRUT(CStr(rut), sep);
+          },
+          py::arg("RutValue"), py::arg("ThousandSep") = false,
+          "Formats a RUT as digits, '-' and the check character, with '.' thousands "
+          "separators when ThousandSep.")
       .def("QelConvert", &QelGlobal::QelConvert, py::arg("Field"), py::arg("Value"),
-           py::arg("WithQelFormat") = false)
+           py::arg("WithQelFormat") = false,
+           "Converts Value to the type of Field, as Field.SetValue would store it, without "
+           "storing it; WithQelFormat reads texts in the host's number style.")
       .def(
           "QelCompare",
-          [](const QelGlobal& g, const QelRecordField& f, int32_t i1, const py::object& v2,
-             int32_t i2) { return g.QelCompare(f, i1, GivenOrMissing(v2), i2); },
-          py::arg("Field"), py::arg("Index1") = 1, py::arg_v("Value2", Omitted(), "<omitted>"),
-          py::arg("Index2") = 1)
+          [](const QelGlobal& g, const QelRecordField& f, int32_t i1, const OptionalVariant& v2,
+             int32_t i2) { return g.QelCompare(f, i1, v2.value, i2); },
+          py::arg("Field"), py::arg("Index1") = 1, py::arg("Value2") = OmittedType{},
+          py::arg("Index2") = 1,
+          "Compares occurrence Index1 of Field with Value2 (a value or a field, occurrence "
+          "Index2) by the field's type: -1, 0 or 1.")
       .def(
           "ToDecimal", [](const QelGlobal& g, const Variant& v) { return Variant(g.ToDecimal(v)); },
-          py::arg("Value"))
-      .def("CobolCompare", &QelGlobal::CobolCompare, py::arg("Value1"), py::arg("Value2"))
-      .def(
-          "DeleteFile", [](const QelGlobal& g, const Text& f) { return g.DeleteFile(f); },
-          py::arg("FileName"))
-      .def(
-          "MakeDirectory", [](const QelGlobal& g, const Text& d) { return g.MakeDirectory(d); },
-          py::arg("DirectoryPath"))
-      .def(
-          "RemoveDirectory",
-          [](const QelGlobal& g, const Text& d) { return g.RemoveDirectory(d); },
-          py::arg("DirectoryPath"))
+          py::arg("Value"), "Value as a decimal number, reading texts in the user's style.")
+      .def("CobolCompare", &QelGlobal::CobolCompare, py::arg("Value1"), py::arg("Value2"),
+           "Compares two values as the host does: numbers when both are numeric, else texts. "
+           "Returns -1, 0 or 1.")
+      .def("DeleteFile", FileMember(([](const Text& f) { return DeleteFile(f); })),
+           py::arg("FileName"),
+           "Deletes the files FileName names ('*' and '?' in its last component); answers "
+           "whether any was deleted. Never raises.")
+      .def("MakeDirectory", FileMember(([](const Text& d) { return MakeDirectory(d); })),
+           py::arg("DirectoryPath"),
+           "Creates the directory and any missing parents; answers success. Never raises.")
+      .def("RemoveDirectory", FileMember(([](const Text& d) { return RemoveDirectory(d); })),
+           py::arg("DirectoryPath"), "Removes an empty directory; answers success. Never raises.")
       .def(
           "OpenDocument",
-          [](const QelGlobal& g, const Text& d, int32_t h) { return g.OpenDocument(d, h); },
-          py::arg("DocumentPath"), py::arg("Hwnd") = 0)
+          [](const QelGlobal&, const py::object& path, const py::object& hwnd) {
+            return OpenDocumentArgs(path, hwnd);
+          },
+          py::arg("DocumentPath"), py::arg("Hwnd") = 0,
+          "Opens the document with the application associated with its type; answers "
+          "whether one is. Never raises.")
       .def_property("QelDefaultSignANSI", &QelGlobal::QelDefaultSignANSI,
-                    &QelGlobal::SetQelDefaultSignANSI)
-      .def_property_readonly("Locale", &QelGlobal::Locale)
-      .def_property_readonly("Sid", &QelGlobal::Sid);
-  m.def("QelValidateRUT", &ValidateRut, py::arg("RutText"), py::arg("ReturnSize") = 0,
-        py::arg("AllowUnknown") = false, py::arg("ComputeUnknown") = false);
-  m.def("QelFormatRUT", &FormatRut, py::arg("RutValue"), py::arg("ThousandSep") = false);
+                    &QelGlobal::SetQelDefaultSignANSI,
+                    "The thread's default SignANSI for new records (False).")
+      .def_property_readonly("Locale", &QelGlobal::Locale, "The thread's QelLocale.")
+      .def_property_readonly("Sid", &QelGlobal::Sid, "The user's QelLanguage.");
+}
+
+void BindGlobalFunctions(py::module_& m) {
+  // The global object's members called without it: the same routines on the calling thread.
+  m.def(
+      "QelValidateRUT",
+      [](const Variant& rut, int32_t size, bool allow, bool compute) {
+        return QelValidateRUT(CStr(rut), size, allow, compute);
+      },
+      py::arg("RutText"), py::arg("ReturnSize") = 0, py::arg("AllowUnknown") = false,
+      py::arg("ComputeUnknown") = false, "QelGlobal.QelValidateRUT without the object.");
+  m.def(
+      "QelFormatRUT", [](const Variant& rut, bool sep) { return QelFormatRUT(CStr(rut), sep); },
+      py::arg("RutValue"), py::arg("ThousandSep") = false,
+      "QelGlobal.QelFormatRUT without the object.");
   m.def("QelConvert", &QelConvert, py::arg("Field"), py::arg("Value"),
-        py::arg("WithQelFormat") = false);
+        py::arg("WithQelFormat") = false, "QelGlobal.QelConvert without the object.");
   m.def(
       "QelCompare",
-      [](const QelRecordField& f, int32_t i1, const py::object& v2, int32_t i2) {
-        return QelCompare(f, i1, GivenOrMissing(v2), i2);
+      [](const QelRecordField& f, int32_t i1, const OptionalVariant& v2, int32_t i2) {
+        return QelCompare(f, i1, v2.value, i2);
       },
-      py::arg("Field"), py::arg("Index1") = 1, py::arg_v("Value2", Omitted(), "<omitted>"),
-      py::arg("Index2") = 1);
+      py::arg("Field"), py::arg("Index1") = 1, py::arg("Value2") = OmittedType{},
+      py::arg("Index2") = 1, "QelGlobal.QelCompare without the object.");
   m.def(
-      "ToDecimal", [](const Variant& v) { return Variant(ToDecimal(v)); }, py::arg("Value"));
-  m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"));
-  m.def(
-      "DeleteFile", [](const Text& f) { return DeleteFile(f); }, py::arg("FileName"));
-  m.def(
-      "MakeDirectory", [](const Text& d) { return MakeDirectory(d); }, py::arg("DirectoryPath"));
-  m.def(
-      "RemoveDirectory", [](const Text& d) { return RemoveDirectory(d); },
-      py::arg("DirectoryPath"));
-  m.def(
-      "OpenDocument", [](const Text& d, int32_t h) { return OpenDocument(d, h); },
-      py::arg("DocumentPath"), py::arg("Hwnd") = 0);
+      "ToDecimal", [](const Variant& v) { return Variant(ToDecimal(v)); }, py::arg("Value"),
+      "QelGlobal.ToDecimal without the object.");
+  m.def("CobolCompare", &CobolCompare, py::arg("Value1"), py::arg("Value2"),
+        "QelGlobal.CobolCompare without the object.");
+  m.def("DeleteFile", FileHelper([](const Text& f) { return DeleteFile(f); }), py::arg("FileName"),
+        "QelGlobal.DeleteFile without the object. Never raises.");
+  m.def("MakeDirectory", FileHelper([](const Text& d) { return MakeDirectory(d); }),
+        py::arg("DirectoryPath"), "QelGlobal.MakeDirectory without the object. Never raises.");
+  m.def("RemoveDirectory", FileHelper([](const Text& d) { return RemoveDirectory(d); }),
+        py::arg("DirectoryPath"), "QelGlobal.RemoveDirectory without the object. Never raises.");
+  m.def("OpenDocument", &OpenDocumentArgs, py::arg("DocumentPath"), py::arg("Hwnd") = 0,
+        "QelGlobal.OpenDocument without the object. Never raises.");
+}
 
-  data.def(py::init<>())
+void BindQelRecordData(PyClass<QelRecordData>& c) {
+  c.def(py::init<>())
       .def_property(
           "Data", &QelRecordData::Data,
-          [](QelRecordData& d, const Variant& v) { d.SetData(CStr(v)); })
-      .def_property("SignANSI", &QelRecordData::SignANSI, &QelRecordData::SetSignANSI)
-      .def_property_readonly("Length", &QelRecordData::Length)
-      .def("Slot", &QelRecordData::Slot, py::arg("Start"), py::arg("Length"))
-      .def("SetSlot", &QelRecordData::SetSlot, py::arg("Start"), py::arg("Length"),
-           py::arg("value"))
-      .def("Pad", &QelRecordData::Pad, py::arg("Length"));
+          [](QelRecordData& d, const Variant& v) { d.SetData(CStr(v)); },
+          "The data text, stored as it stands.")
+      .def_property("SignANSI", &QelRecordData::SignANSI, &QelRecordData::SetSignANSI,
+                    "Whether signed numbers are written in the ANSI style.")
+      .def_property_readonly("Length", &QelRecordData::Length, "Characters of data.")
+      .def("Slot", &QelRecordData::Slot, py::arg("Start"), py::arg("Length"),
+           "The raw text of a slot (1-based Start); None for a slot of null fillers.")
+      .def(
+          "SetSlot",
+          [](QelRecordData& d, py::args args, py::kwargs kwargs) {
+            const auto a =
+                SetterArguments("SetSlot", {{"Start", {}}, {"Length", {}}}, args, kwargs);
+            d.SetSlot(a[0].cast<int32_t>(), a[1].cast<int32_t>(), a[2].cast<Variant>());
+          },
+          "SetSlot(Start, Length, value): writes value into the slot, cut or blank-padded; "
+          "None fills it with null fillers.")
+      .def("Pad", &QelRecordData::Pad, py::arg("Length"),
+           "Appends blanks up to Length characters; never cuts.");
+}
 
-  field.def_property_readonly("DataType", &QelRecordField::DataType)
-      .def_property_readonly("Length", &QelRecordField::Length)
-      .def_property_readonly("Precision", &QelRecordField::Precision)
-      .def_property_readonly("Dimensions", &QelRecordField::Dimensions)
-      .def_property("Format", &QelRecordField::Format, &QelRecordField::SetFormat)
-      .def_property_readonly("Name", &QelRecordField::Name)
-      .def_property_readonly("Default", &QelRecordField::Default)
-      .def_property_readonly("MaxTextLength", &QelRecordField::MaxTextLength)
-      .def_property_readonly("InList", &QelRecordField::InList)
-      .def_property_readonly("ListFields", &QelRecordField::ListFields)
-      .def("Value", &QelRecordField::Value, py::arg("Index") = 1)
+void BindQelRecordField(PyClass<QelRecordField>& c) {
+  c.def_property_readonly("DataType", &QelRecordField::DataType, "The field type (qelType...).")
+      .def_property_readonly("Length", &QelRecordField::Length,
+                             "Characters the field occupies (the whole group's for a list "
+                             "begin or end).")
+      .def_property_readonly("Precision", &QelRecordField::Precision, "Decimals of a number field.")
+      .def_property_readonly("Dimensions", &QelRecordField::Dimensions,
+                             "Occurrences of a list begin's group; 0 for any other field.")
+      .def_property("Format", &QelRecordField::Format, &QelRecordField::SetFormat,
+                    "The display format Text applies.")
+      .def_property_readonly("Name", &QelRecordField::Name, "The field name.")
+      .def_property_readonly("Default", &QelRecordField::Default, "The default value.")
+      .def_property_readonly("MaxTextLength", &QelRecordField::MaxTextLength,
+                             "The longest display text the field can hold.")
+      .def_property_readonly("InList", &QelRecordField::InList,
+                             "Whether the field is a member of a repeated group.")
+      .def_property_readonly("ListFields", &QelRecordField::ListFields,
+                             "The fields of the group a list begin opens; None otherwise.")
+      .def("Value", &QelRecordField::Value, py::arg("Index") = 1,
+           "The typed value of occurrence Index.")
       .def(
           "SetValue",
-          [](QelRecordField& f, int32_t index, const Variant& v) { f.SetValue(v, index); },
-          py::arg("Index") = 1, py::arg("value"))
-      .def("Text", &QelRecordField::Text, py::arg("Index") = 1)
-      .def("Data", &QelRecordField::Data, py::arg("Index") = 1)
+          [](QelRecordField& f, py::args args, py::kwargs kwargs) {
+            const auto a = SetterArguments("SetValue", {{"Index", py::int_(1)}}, args, kwargs);
+            f.SetValue(a[1].cast<Variant>(), a[0].cast<int32_t>());
+          },
+          "SetValue([Index=1,] value): converts value to the field's type and writes it into "
+          "occurrence Index; raises Change.")
+      .def("Text", &QelRecordField::Text, py::arg("Index") = 1,
+           "The display text of occurrence Index.")
+      .def("Data", &QelRecordField::Data, py::arg("Index") = 1,
+           "The raw slot text of occurrence Index; None for null fillers.")
       .def(
           "SetData",
-          [](QelRecordField& f, int32_t index, const Variant& v) { f.SetData(v, index); },
-          py::arg("Index") = 1, py::arg("value"))
-      .def("Mid", &QelRecordField::Mid, py::arg("Start"), py::arg("Length"),
-           py::arg("Index") = 1)
+          [](QelRecordField& f, py::args args, py::kwargs kwargs) {
+            const auto a = SetterArguments("SetData", {{"Index", py::int_(1)}}, args, kwargs);
+            f.SetData(a[1].cast<Variant>(), a[0].cast<int32_t>());
+          },
+          "SetData([Index=1,] value): writes value's text raw into occurrence Index; raises "
+          "Change.")
+      .def("Mid", &QelRecordField::Mid, py::arg("Start"), py::arg("Length"), py::arg("Index") = 1,
+           "Length characters of the slot from Start (1-based).")
       .def(
           "SetMid",
-          [](QelRecordField& f, int32_t start, int32_t length, int32_t index, const Variant& v) {
-            f.SetMid(start, length, v, index);
+          [](QelRecordField& f, py::args args, py::kwargs kwargs) {
+            const auto a = SetterArguments(
+                "SetMid", {{"Start", {}}, {"Length", {}}, {"Index", py::int_(1)}}, args, kwargs);
+            f.SetMid(a[0].cast<int32_t>(), a[1].cast<int32_t>(), a[3].cast<Variant>(),
+                     a[2].cast<int32_t>());
           },
-          py::arg("Start"), py::arg("Length"), py::arg("Index") = 1, py::arg("value"))
-      .def_property("Fill", nullptr, &QelRecordField::SetFill)
-      .def("IsNull", &QelRecordField::IsNull, py::arg("Index") = 1)
-      .def("Validate", &QelRecordField::Validate, py::arg("Value"), py::arg("Index") = 1);
+          "SetMid(Start, Length[, Index=1], value): writes value's text into part of the "
+          "slot; raises Change.")
+      .def_property("Fill", nullptr, &QelRecordField::SetFill,
+                    "Write-only: fills every occurrence with the value's first character "
+                    "repeated (None: null fillers).")
+      .def("IsNull", &QelRecordField::IsNull, py::arg("Index") = 1,
+           "Whether occurrence Index holds null fillers.")
+      .def("Validate", &QelRecordField::Validate, py::arg("Value"), py::arg("Index") = 1,
+           "Whether SetValue(Index, Value) would store Value without loss.");
+}
 
-  fields.def(py::init<>())
-      .def_property("Layout", &QelRecordFields::Layout,
-                    [](QelRecordFields& c, const Text& text) { c.SetLayout(text); })
-      .def_property_readonly("Signature", &QelRecordFields::Signature)
-      .def_property_readonly("Name", &QelRecordFields::Name)
-      .def_property_readonly("Length", &QelRecordFields::Length)
-      .def_property_readonly("Count", &QelRecordFields::Count)
-      .def("Item", &QelRecordFields::Item, py::arg("Key"))
-      .def("Find", &QelRecordFields::Find, py::arg("Key"))
-      .def("Exists", &QelRecordFields::Exists, py::arg("Key"))
-      .def("Clear", &QelRecordFields::Clear)
-      .def("NotifyDataChanged", &QelRecordFields::NotifyDataChanged)
-      .def_property("RecordData", &QelRecordFields::RecordData, &QelRecordFields::SetRecordData)
+void BindQelRecordFields(PyClass<QelRecordFields>& c) {
+  c.def(py::init<>())
+      .def_property(
+          "Layout", &QelRecordFields::Layout,
+          [](QelRecordFields& f, const Text& text) { f.SetLayout(text); },
+          "The signature text; assigning it rebuilds the fields and checks the digest.")
+      .def_property_readonly("Signature", &QelRecordFields::Signature, "The layout digest.")
+      .def_property_readonly("Name", &QelRecordFields::Name, "The record name.")
+      .def_property_readonly("Length", &QelRecordFields::Length, "The record length.")
+      .def_property_readonly("Count", &QelRecordFields::Count, "The number of fields.")
+      .def("Item", &QelRecordFields::Item, py::arg("Key"),
+           "The field named Key or at 1-based position Key; QelError when absent.")
+      .def("Find", &QelRecordFields::Find, py::arg("Key"),
+           "The field named Key or at position Key; None when absent.")
+      .def("Exists", &QelRecordFields::Exists, py::arg("Key"), "Whether Find finds Key.")
+      .def("Clear", &QelRecordFields::Clear, "Removes every field and the layout.")
+      .def("NotifyDataChanged", &QelRecordFields::NotifyDataChanged,
+           "Raises Change on every field, as after the data was replaced.")
+      .def_property("RecordData", &QelRecordFields::RecordData, &QelRecordFields::SetRecordData,
+                    "The QelRecordData the fields read and write.")
       .def("__len__", &QelRecordFields::Count)
-      .def("__getitem__", &QelRecordFields::Item)
-      .def("__contains__", &QelRecordFields::Exists)
-      .def(
-          "__iter__",
-          [](const QelRecordFields& c) { return py::make_iterator(c.begin(), c.end()); },
-          py::keep_alive<0, 1>());
+      .def("__getitem__", &QelRecordFields::Item, py::arg("Key"))
+      .def("__contains__", &QelRecordFields::Exists, py::arg("Key"))
+      .def("__iter__", [](const QelRecordFields& f) { return SnapshotIterator(f); });
 }
 
 }  // namespace qel::python

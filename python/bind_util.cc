@@ -1,22 +1,24 @@
 // Desktop utilities: QelLocale, QelLanguage.
 #include "bindings.h"
-#include "qel/util/qel_language.h"
-#include "qel/util/qel_locale.h"
 
 namespace qel::python {
 
-void BindUtil(py::module_& m) {
-  py::class_<QelLocale, Object, std::shared_ptr<QelLocale>>(m, "QelLocale")
-      .def(py::init<>())
-      .def("sDecimal", &QelLocale::sDecimal, py::arg("Locale") = Text())
-      .def("sThousand", &QelLocale::sThousand, py::arg("Locale") = Text())
-      .def("sDate", &QelLocale::sDate, py::arg("Locale") = Text())
-      .def("iDate", &QelLocale::iDate, py::arg("Locale") = Text())
-      .def_property_readonly("Name", &QelLocale::Name);
+void BindQelLocale(PyClass<QelLocale>& c) {
+  c.def(py::init<>())
+      .def("sDecimal", &QelLocale::sDecimal, py::arg("Locale") = Text(),
+           "The decimal separator of Locale (the thread's locale when empty).")
+      .def("sThousand", &QelLocale::sThousand, py::arg("Locale") = Text(),
+           "The thousands separator of Locale (the thread's locale when empty).")
+      .def("sDate", &QelLocale::sDate, py::arg("Locale") = Text(),
+           "The date separator of Locale (the thread's locale when empty).")
+      .def("iDate", &QelLocale::iDate, py::arg("Locale") = Text(),
+           "The date order of Locale: 0 month-day-year, 1 day-month-year, 2 year-month-day.")
+      .def_property_readonly("Name", &QelLocale::Name, "The thread locale's name.");
+}
 
-  py::class_<QelLanguage, Object, std::shared_ptr<QelLanguage>>(m, "QelLanguage")
-      .def(py::init<>())
-      .def_property_readonly("Tag", &QelLanguage::Tag);
+void BindQelLanguage(PyClass<QelLanguage>& c) {
+  c.def(py::init<>())
+      .def_property_readonly("Tag", &QelLanguage::Tag, "The language tag, e.g. 'es-cl'.");
 }
 
 }  // namespace qel::python

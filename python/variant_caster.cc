@@ -13,10 +13,28 @@
 namespace qel::python {
 namespace {
 
-py::object DecimalClass() {
-  static py::object cls = py::module_::import("decimal").attr("Decimal");
+// Leaked on purpose: a static py::object would be released after the interpreter is gone.
+py::handle DecimalClass() {
+  static const py::handle cls =
+      py::object(py::module_::import("decimal").attr("Decimal")).release();
   return cls;
 }
+
+// Containers nested deeper than this raise error 28 instead of exhausting the stack (a list
+// that contains itself ends here).
+constexpr int kMaxNesting = 256;
+thread_local int t_nesting = 0;
+
+class NestingGuard {
+ public:
+  NestingGuard() {
+    if (t_nesting == kMaxNesting) RaiseRuntime(kErrOutOfStack);
+    ++t_nesting;
+  }
+  ~NestingGuard() { --t_nesting; }
+  NestingGuard(const NestingGuard&) = delete;
+  NestingGuard& operator=(const NestingGuard&) = delete;
+};
 
 void EnsureDateTimeApi() {
   if (PyDateTimeAPI == nullptr) PyDateTime_IMPORT;
@@ -32,7 +50,8 @@ LocaleInfo AsciiNumbers() {
 Variant FromPyDecimal(py::handle obj) {
   const std::string s = py::str(py::str("{:f}").attr("format")(obj));
   auto d = ParseDecimal(FromUtf8(s), AsciiNumbers());
-  if (!d) RaiseRuntime(s.find_first_of("nN") != std::string::npos ? kErrTypeMismatch : kErrOverflow);
+  if (!d)
+    RaiseRuntime(s.find_first_of("nN") != std::string::npos ? kErrTypeMismatch : kErrOverflow);
   return *d;
 }
 
@@ -91,6 +110,7 @@ Variant ToVariant(py::handle obj) {
   if (py::isinstance(obj, DecimalClass())) return FromPyDecimal(obj);
   if (py::isinstance<Object>(obj)) return obj.cast<ObjectPtr>();
   if (PyList_Check(obj.ptr()) || PyTuple_Check(obj.ptr())) {
+    NestingGuard guard;
     VariantArray items;
     for (py::handle item : obj) items.push_back(ToVariant(item));
     return items;

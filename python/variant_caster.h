@@ -24,7 +24,8 @@ struct TypedVariant {
 // The module's Empty singleton's type.
 struct EmptyType {};
 
-// Raises TypeError for a Python value with no automation form.
+// Raises TypeError for a Python value with no automation form, and error 28 for lists and
+// tuples nested more than 256 deep (a list that contains itself).
 Variant ToVariant(py::handle obj);
 py::object FromVariant(const Variant& v);
 

@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev nlohmann-json3-dev
   pybind11-dev python3-dev python3-pytest
   libssl-dev zlib1g-dev libglib2.0-dev shared-mime-info
+  python3-gi gir1.2-glib-2.0
   locales
 )
 

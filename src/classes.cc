@@ -12,6 +12,9 @@
 #include "qel/records/qel_record.h"
 #include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
+#include "qel/wait/qel_timer.h"
+#include "qel/wait/qel_transfer.h"
+#include "qel/wait/qel_waiter.h"
 
 namespace qel {
 namespace {
@@ -40,6 +43,9 @@ constexpr ClassEntry kClasses[] = {
     {u"QelRecord", &Make<QelRecord>},
     {u"QelMessage", &Make<QelMessage>},
     {u"QelMessages", &Make<QelMessages>},
+    {u"QelWaiter", &Make<QelWaiter>},
+    {u"QelTimer", &Make<QelTimer>},
+    {u"QelTransfer", &Make<QelTransfer>},
 };
 
 }  // namespace

@@ -29,5 +29,9 @@
 #include "qel/records/qel_record_labels.h"
 #include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
+#include "qel/wait/qel_timer.h"
+#include "qel/wait/qel_transfer.h"
+#include "qel/wait/qel_waiter.h"
+#include "qel/wait/thread_events.h"
 
 #endif  // QEL_QELSTD_H_

@@ -32,8 +32,8 @@ SipKey ProcessKey() {
       got += static_cast<size_t>(n);
     }
     if (got < bytes.size()) {
-      const uint64_t t = static_cast<uint64_t>(
-          std::chrono::steady_clock::now().time_since_epoch().count());
+      const uint64_t t =
+          static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
       const uint64_t a = reinterpret_cast<uintptr_t>(&bytes);
       return SipKey{t ^ 0x736f6d6570736575ULL, a ^ (t << 17) ^ 0x646f72616e646f6dULL};
     }
@@ -103,7 +103,8 @@ uint64_t HashUnits(TextView text, Fold fold) {
                    uint64_t{fold(text[i + 2])} << 32 | uint64_t{fold(text[i + 3])} << 48);
   }
   uint64_t tail = 0;
-  for (size_t i = whole; i < text.size(); ++i) tail |= uint64_t{fold(text[i])} << (16 * (i - whole));
+  for (size_t i = whole; i < text.size(); ++i)
+    tail |= uint64_t{fold(text[i])} << (16 * (i - whole));
   return state.Finish(tail, text.size() * 2);
 }
 

@@ -38,7 +38,8 @@ TEST(KeyedHash, NamesDifferingInBitFiveSpreadOverBuckets) {
   std::unordered_set<uint64_t> full, buckets;
   for (int n = 0; n < (1 << kBits); ++n) {
     std::u16string name;
-    for (int b = 0; b < kBits; ++b) name += (n >> b & 1) ? (b % 2 ? u'{' : u'`') : (b % 2 ? u'[' : u'@');
+    for (int b = 0; b < kBits; ++b)
+      name += (n >> b & 1) ? (b % 2 ? u'{' : u'`') : (b % 2 ? u'[' : u'@');
     const uint64_t h = KeyedHashNoCase(name);
     full.insert(h);
     buckets.insert(h & 1023);

@@ -61,8 +61,7 @@ bool IsDirectory(const std::string& path) {
 }
 
 bool DeleteMatching(const std::string& folder, std::string_view pattern) {
-  std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(folder.empty() ? "." : folder.c_str()),
-                                          closedir);
+  std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(folder.empty() ? "." : folder.c_str()), closedir);
   if (!dir) return false;
   // Collect first: deleting while reading a directory may show or skip entries.
   std::vector<std::string> matches;
@@ -128,8 +127,7 @@ bool OpenDocument(TextView document_path, int32_t) noexcept {
     const std::string path = ToUtf8(document_path);
     if (path.empty()) return false;
     GObjectPtr<GFile> file(g_file_new_for_path(path.c_str()));
-    GObjectPtr<GFileInfo> info(g_file_query_info(file.get(),
-                                                 G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
+    GObjectPtr<GFileInfo> info(g_file_query_info(file.get(), G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
                                                  G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
     if (!info) return false;
     const char* type = g_file_info_get_content_type(info.get());

@@ -41,7 +41,7 @@ TEST_F(FileUtils, DeleteFileSingleAndMissing) {
   EXPECT_TRUE(DeleteFile(Path("c.log")));
   EXPECT_FALSE(DeleteFile(Path("d.txt")));  // a directory is not a file
   EXPECT_FALSE(DeleteFile(u""));
-  EXPECT_FALSE(DeleteFile(Path("")));       // a folder with no name after it
+  EXPECT_FALSE(DeleteFile(Path("")));  // a folder with no name after it
   EXPECT_EQ(Left(), (std::set<std::string>{"a.txt", "d.txt"}));
 }
 
@@ -57,13 +57,15 @@ TEST_F(FileUtils, DeleteFileWildcardsInTheLastComponent) {
       {{"a[1].txt", "a1.txt"}, "a[1].txt", true, {"a1.txt"}},  // brackets are not a set
       {{"a[1].txt", "a1.txt"}, "a[?].txt", true, {"a1.txt"}},
       {{"a.txt", "b.txt", "ab.txt"}, "?.txt", true, {"ab.txt"}},
-      {{"ñ.txt", "ab.txt"}, "?.txt", true, {"ab.txt"}},        // one character, not one byte
-      {{".hidden", "x.log"}, "*", true, {}},                    // "*" takes dot files too
-      {{"README", "x.log", "d.e.f"}, "*.*", true, {}},          // "*.*" takes names with no dot
+      {{"ñ.txt", "ab.txt"}, "?.txt", true, {"ab.txt"}},  // one character, not one byte
+      {{".hidden", "x.log"}, "*", true, {}},             // "*" takes dot files too
+      {{"README", "x.log", "d.e.f"}, "*.*", true, {}},   // "*.*" takes names with no dot
       {{"a", "a.b", "ab"}, "a.*", true, {"ab"}},
       {{"x.log"}, "*.txt", false, {"x.log"}},
-      {{"a\\b", "ab"}, "a\\*", true, {"ab"}},                   // a backslash is a character
-      {{"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab"}, "*a*a*a*a*a*a*a*c", false,
+      {{"a\\b", "ab"}, "a\\*", true, {"ab"}},  // a backslash is a character
+      {{"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab"},
+       "*a*a*a*a*a*a*a*c",
+       false,
        {"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab"}},
   };
   for (const Row& row : rows) {
@@ -90,10 +92,10 @@ TEST_F(FileUtils, DeleteFileNeverTouchesFoldersOrOtherFolders) {
 
 TEST_F(FileUtils, MakeAndRemoveDirectory) {
   EXPECT_TRUE(MakeDirectory(Path("sub")));
-  EXPECT_FALSE(MakeDirectory(Path("sub")));             // exists
-  EXPECT_FALSE(MakeDirectory(Path("nope/deeper")));     // parent missing
+  EXPECT_FALSE(MakeDirectory(Path("sub")));          // exists
+  EXPECT_FALSE(MakeDirectory(Path("nope/deeper")));  // parent missing
   Touch("sub/f");
-  EXPECT_FALSE(RemoveDirectory(Path("sub")));           // not empty
+  EXPECT_FALSE(RemoveDirectory(Path("sub")));  // not empty
   EXPECT_TRUE(DeleteFile(Path("sub/f")));
   EXPECT_TRUE(RemoveDirectory(Path("sub")));
   EXPECT_FALSE(RemoveDirectory(Path("sub")));

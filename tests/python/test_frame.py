@@ -4,6 +4,7 @@ import decimal
 import pytest
 
 import qelstd
+import _qelstd_testing
 from qelstd import Empty, QelError, Variant
 
 D = decimal.Decimal
@@ -58,7 +59,7 @@ def test_conversion_errors_raise_qelerror(value, vartype, number, text):
 
 def test_chained_error_keeps_number_and_sources():
     with pytest.raises(QelError) as info:
-        qelstd._testing_raise_chained(
+        _qelstd_testing.RaiseChainedForTesting(
             -2147024809, "InvalidParity", "RUT '1-k' con dígito verificador incorrecto",
             ["QelStd1.CRut:", "QelGlobal.CmpToRut:", "QelGlobal.QelCompare:"])
     e = info.value
