@@ -50,7 +50,7 @@ void BM_AssignLayout_first(benchmark::State& state) {
   Setup();
   qel::QelRecordFields fields;
   for (auto _ : state) {
-    qel::ForgetVerifiedLayoutsForTesting();
+    qel::internal::ForgetVerifiedLayoutsForTesting();
     fields.SetLayout(L().text);
   }
 }

@@ -42,7 +42,7 @@ void Exercise(const qel::Text& text) {
   qel::QelRecordFields again;
   again.SetLayout(fields.Layout());
   Check(Dump(again) == dump);
-  qel::ForgetVerifiedLayoutsForTesting();
+  qel::internal::ForgetVerifiedLayoutsForTesting();
   again.SetLayout(fields.Layout());
   Check(Dump(again) == dump);
 

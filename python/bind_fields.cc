@@ -4,9 +4,8 @@
 #include "bindings.h"
 #include "qel/fields/field_types.h"
 #include "qel/fields/rut.h"
-#include "qel/frame/convert.h"
-#include "qel/global/qel_global.h"
 #include "qel/global/value_compare.h"
+#include "qel/frame/convert.h"
 
 namespace qel::python {
 namespace {

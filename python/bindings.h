@@ -10,12 +10,12 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
-#include "qel/global/qel_global.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
+#include "qel/global/qel_global.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"

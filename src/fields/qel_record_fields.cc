@@ -155,13 +155,13 @@ class VerifiedLayouts {
 };
 
 VerifiedLayouts& Verified() {
-  thread_local VerifiedLayouts verified;
-  return verified;
+  thread_local VerifiedLayouts t_verified;
+  return t_verified;
 }
 
 }  // namespace
 
-void ForgetVerifiedLayoutsForTesting() { Verified().Clear(); }
+void internal::ForgetVerifiedLayoutsForTesting() { Verified().Clear(); }
 
 std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text) {
   auto layout = std::make_shared<ParsedLayout>();

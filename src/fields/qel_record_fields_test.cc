@@ -258,7 +258,7 @@ double LayoutAndLookups(const std::vector<std::string>& names) {
   std::vector<const char*> views;
   for (const auto& l : lines) views.push_back(l.c_str());
   const Text text = Signature("NOMBRES", views, static_cast<int32_t>(names.size()));
-  ForgetVerifiedLayoutsForTesting();
+  qel::internal::ForgetVerifiedLayoutsForTesting();
   const auto start = std::chrono::steady_clock::now();
   QelRecordFields fields;
   fields.SetLayout(text);
@@ -300,7 +300,7 @@ TEST_F(FieldsTest, VerifiedTextsAreRecognisedButNothingElse) {
   Text forged = client_;
   forged[forged.find(u"NOMBRE")] = u'M';
   EXPECT_EQ(ToUtf8(Catch([&] { again.SetLayout(forged); }).Source()), "QelRecordFields.Layout");
-  ForgetVerifiedLayoutsForTesting();
+  qel::internal::ForgetVerifiedLayoutsForTesting();
   again.SetLayout(client_);
   EXPECT_EQ(Positions(again), Positions(fields_));
   // Sizes are read through the locale, so a text read under other separators is read again.

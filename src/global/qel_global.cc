@@ -5,8 +5,8 @@
 namespace qel {
 
 std::shared_ptr<QelGlobal> QelGlobal::Instance() {
-  thread_local std::shared_ptr<QelGlobal> instance = std::make_shared<QelGlobal>();
-  return instance;
+  thread_local std::shared_ptr<QelGlobal> t_instance = std::make_shared<QelGlobal>();
+  return t_instance;
 }
 
 QelGlobal::QelGlobal()
