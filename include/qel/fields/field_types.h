@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
@@ -33,7 +34,7 @@ inline constexpr int32_t kMaxRecordLength = 1 << 20;
 inline constexpr int32_t kMaxListOccurrences = 65535;
 
 // The descriptor code of a type ("LB", "X", ...), or the empty text outside 1..8.
-TextView FieldTypeCode(int32_t type);
+QEL_EXPORT TextView FieldTypeCode(int32_t type);
 
 }  // namespace qel
 

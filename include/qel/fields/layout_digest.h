@@ -14,11 +14,13 @@
 #include <cstdint>
 #include <span>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
-Text LayoutDigest(TextView layout_name, std::span<const TextView> descriptors, int32_t total);
+QEL_EXPORT Text LayoutDigest(TextView layout_name, std::span<const TextView> descriptors,
+                             int32_t total);
 
 }  // namespace qel
 

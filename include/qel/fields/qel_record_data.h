@@ -38,7 +38,7 @@ inline constexpr char16_t kNullFiller = 26;
 QEL_EXPORT bool QelDefaultSignANSI();
 QEL_EXPORT void SetQelDefaultSignANSI(bool value);
 
-class QelRecordData final : public Object {
+class QEL_EXPORT QelRecordData final : public Object {
  public:
   QelRecordData();
   TextView ClassName() const override { return u"QelRecordData"; }
@@ -96,7 +96,7 @@ class QelRecordData final : public Object {
 };
 
 // True when `slot` is not empty and made only of the null filler.
-bool IsNullSlotSlow(TextView slot);
+QEL_EXPORT bool IsNullSlotSlow(TextView slot);
 inline bool IsNullSlot(TextView slot) {
   return !slot.empty() && slot[0] == kNullFiller && IsNullSlotSlow(slot);
 }

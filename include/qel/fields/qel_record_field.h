@@ -51,6 +51,7 @@
 #include "qel/fields/field_types.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/frame/decimal.h"
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
@@ -58,7 +59,7 @@ namespace qel {
 class QelRecordFields;
 class QelRecordFieldInternal;
 
-class QelRecordField final : public Object {
+class QEL_EXPORT QelRecordField final : public Object {
  private:
   struct Key {
     explicit Key() = default;
@@ -133,8 +134,8 @@ class QelRecordField final : public Object {
   // date slot of zeros. Raises the ObtainSegment error for an index out of range.
   bool IsNull(int32_t index = 1) const;
   // True when SetValue(value, index) would succeed and store the value without loss: a text
-  // that fits and holds no FS or GS, a number whose integer digits fit (and that is not negative in a numeric
-  // field; fraction digits beyond Precision are truncated by design and allowed), a date,
+  // that fits and holds no FS or GS, a number whose integer digits fit (and that is not negative in
+  // a numeric field; fraction digits beyond Precision are truncated by design and allowed), a date,
   // a RUT with a right check character and not too many digits, Null for every type. False
   // for a list end unless Null, and for an index out of range. Never raises.
   bool Validate(const Variant& value, int32_t index = 1) const;

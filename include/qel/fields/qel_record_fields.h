@@ -5,9 +5,10 @@
 // a repeated group repeated Dimensions times (see QelRecordField). The text is checked before
 // anything changes: the digest computed over the descriptor lines (LayoutDigest) must be the
 // one the text carries, every line is parsed, and the groups and the total length must agree
-// with the fields and stay within kMaxRecordLength and kMaxListOccurrences (field_types.h). A text refused for any reason raises E_INVALIDARG and leaves the collection
-// exactly as it was. A text this thread has verified before is recognised and not verified
-// again (the thread remembers its last few verified texts).
+// with the fields and stay within kMaxRecordLength and kMaxListOccurrences (field_types.h). A text
+// refused for any reason raises E_INVALIDARG and leaves the collection exactly as it was. A text
+// this thread has verified before is recognised and not verified again (the thread remembers its
+// last few verified texts).
 //
 // Fields are found by name (ignoring case) or by 1-based position; a list end shares its
 // name with its list begin and is reached by position only.
@@ -25,11 +26,12 @@
 
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
 
-class QelRecordFields final : public Object {
+class QEL_EXPORT QelRecordFields final : public Object {
  public:
   using FieldList = std::vector<std::shared_ptr<QelRecordField>>;
 

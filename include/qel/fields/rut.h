@@ -17,6 +17,7 @@
 
 #include <cstdint>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
@@ -25,27 +26,27 @@ namespace qel {
 // The check character of a digit string: weights 2..7 from the rightmost digit, modulo 11;
 // "0" for a remainder of 0 and "K" for a remainder of 1.
 // REQUIRES: every character of `digits` is "0".."9".
-char16_t RutCheckChar(TextView digits);
+QEL_EXPORT char16_t RutCheckChar(TextView digits);
 
 // Parses and checks a RUT given as any value (non-text values are converted to text first).
 // The check character, when given, must be right; a missing one (no "-") or "?" yields "?".
 // With width > 0 returns the compact form with exactly `width` digits (TooLong when there are
 // more); otherwise the dashed form with the digits as typed, leading zeros kept.
-Text CRut(const Variant& value, int32_t width);
+QEL_EXPORT Text CRut(const Variant& value, int32_t width);
 
 // Strict validation: the text must carry "-" and a check character that matches the digits,
 // or "?" when `allow_unknown` (then replaced by the right character when `compute_unknown`).
 // Returns the compact form of `return_size` characters in all, check character included, or
 // of natural length when `return_size` <= 0; digits beyond that width are cut on the left
 // without an error.
-Text QelValidateRUT(TextView rut_text, int32_t return_size = 0, bool allow_unknown = false,
-                    bool compute_unknown = false);
+QEL_EXPORT Text QelValidateRUT(TextView rut_text, int32_t return_size = 0,
+                               bool allow_unknown = false, bool compute_unknown = false);
 
 // A compact RUT in display form: all but the last character read as a number (leading zeros
 // disappear), grouped by thousands with the thread locale's separator when `thousand_sep`,
 // then "-" and the last character. The check character is not verified; a body that is no
 // number raises the platform's type mismatch (13).
-Text QelFormatRUT(TextView rut_value, bool thousand_sep = false);
+QEL_EXPORT Text QelFormatRUT(TextView rut_value, bool thousand_sep = false);
 
 }  // namespace qel
 

@@ -12,38 +12,39 @@
 #include <cstdint>
 #include <optional>
 
+#include "qel/frame/export.h"
 #include "qel/frame/locale.h"
 #include "qel/frame/variant.h"
 
 namespace qel {
 
-Text CStr(const Variant& v);
-int16_t CInt(const Variant& v);
-int32_t CLng(const Variant& v);
-float CSng(const Variant& v);
-double CDbl(const Variant& v);
-Currency CCur(const Variant& v);
-Decimal CDec(const Variant& v);
-Date CDate(const Variant& v);
-bool CBool(const Variant& v);
-uint8_t CByte(const Variant& v);
+QEL_EXPORT Text CStr(const Variant& v);
+QEL_EXPORT int16_t CInt(const Variant& v);
+QEL_EXPORT int32_t CLng(const Variant& v);
+QEL_EXPORT float CSng(const Variant& v);
+QEL_EXPORT double CDbl(const Variant& v);
+QEL_EXPORT Currency CCur(const Variant& v);
+QEL_EXPORT Decimal CDec(const Variant& v);
+QEL_EXPORT Date CDate(const Variant& v);
+QEL_EXPORT bool CBool(const Variant& v);
+QEL_EXPORT uint8_t CByte(const Variant& v);
 
 // The value converted to the given type (Empty and Null are allowed targets; Object, arrays
 // and kVariant are not and raise 13).
-Variant ChangeType(const Variant& v, VarType type);
+QEL_EXPORT Variant ChangeType(const Variant& v, VarType type);
 
 // The value as a 32-bit integer by CLng, or `fallback` when that fails. Never raises.
-int32_t ToLongOr(const Variant& v, int32_t fallback) noexcept;
+QEL_EXPORT int32_t ToLongOr(const Variant& v, int32_t fallback) noexcept;
 
 // The value of an object's default member when v holds an object (raising 91 for Nothing and
 // 438 when it has none); v itself otherwise.
-Variant Unwrap(const Variant& v);
+QEL_EXPORT Variant Unwrap(const Variant& v);
 
 // Number and date text in a given locale, for callers that must not follow the thread's.
-Text NumberToText(const Variant& number, const LocaleInfo& loc);
-Text DateToText(Date d, const LocaleInfo& loc);
-std::optional<Date> ParseDate(TextView text, const LocaleInfo& loc);
-std::optional<Decimal> ParseDecimal(TextView text, const LocaleInfo& loc);
+QEL_EXPORT Text NumberToText(const Variant& number, const LocaleInfo& loc);
+QEL_EXPORT Text DateToText(Date d, const LocaleInfo& loc);
+QEL_EXPORT std::optional<Date> ParseDate(TextView text, const LocaleInfo& loc);
+QEL_EXPORT std::optional<Decimal> ParseDecimal(TextView text, const LocaleInfo& loc);
 
 }  // namespace qel
 

@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "qel/frame/export.h"
 #include "qel/frame/variant.h"
 
 namespace qel {
@@ -12,19 +13,19 @@ namespace qel {
 inline constexpr double kMinDateSerial = -657434.0;
 inline constexpr double kMaxDateSerial = 2958465.99999999;
 
-struct DateParts {
+struct QEL_EXPORT DateParts {
   int year = 1899, month = 12, day = 30;
   int hour = 0, minute = 0, second = 0;
 };
 
-bool IsValidDateSerial(double serial);
+QEL_EXPORT bool IsValidDateSerial(double serial);
 // The date of those parts, or nullopt when they are not a real day and time in range.
-std::optional<Date> MakeDate(const DateParts& parts);
+QEL_EXPORT std::optional<Date> MakeDate(const DateParts& parts);
 // The parts of a date, time rounded to the nearest second.
 // REQUIRES: IsValidDateSerial(d.serial).
-DateParts SplitDate(Date d);
+QEL_EXPORT DateParts SplitDate(Date d);
 // The current local date and time.
-Date Now();
+QEL_EXPORT Date Now();
 
 }  // namespace qel
 

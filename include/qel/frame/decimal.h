@@ -14,13 +14,14 @@
 #include <string>
 #include <string_view>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
 __extension__ typedef unsigned __int128 uint128;
 
-class Decimal {
+class QEL_EXPORT Decimal {
  public:
   static constexpr int kMaxScale = 28;
   // 2^96 - 1, the largest mantissa.

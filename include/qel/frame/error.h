@@ -17,6 +17,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
@@ -45,7 +46,7 @@ enum RuntimeError : int32_t {
 // The source every platform run-time error carries.
 inline constexpr char16_t kPlatformSource[] = u"QelStd1";
 
-class Error : public std::exception {
+class QEL_EXPORT Error : public std::exception {
  public:
   Error(int32_t number, Text source, Text description);
 
@@ -64,7 +65,7 @@ class Error : public std::exception {
 
 // The Spanish text of a platform run-time error ("Desbordamiento" for 6); a generic text for
 // numbers the library does not know.
-Text RuntimeErrorText(int32_t number);
+QEL_EXPORT Text RuntimeErrorText(int32_t number);
 
 using Args = std::initializer_list<Variant>;
 
@@ -80,8 +81,7 @@ using Args = std::initializer_list<Variant>;
 [[noreturn]] void RaiseChained(const Error& inner, TextView prefix);
 // Chaining re-raise with the description rebuilt: FormatTemplate(tmpl, context..., inner
 // description).
-[[noreturn]] void RaiseChained(const Error& inner, TextView prefix, TextView tmpl,
-                               Args context);
+[[noreturn]] void RaiseChained(const Error& inner, TextView prefix, TextView tmpl, Args context);
 
 // Runs body; an Error escaping it is re-raised by chaining with `prefix`.
 template <class F>

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
@@ -19,7 +20,7 @@ namespace qel {
 // Order of the three parts of a short date, numbered like the desktop's iDate setting.
 enum class DateOrder { kMonthDayYear = 0, kDayMonthYear = 1, kYearMonthDay = 2 };
 
-struct LocaleInfo {
+struct QEL_EXPORT LocaleInfo {
   std::string name;          // as given, e.g. "es_CL.UTF-8"; "C" for the fallback
   char16_t decimal = u'.';   // sDecimal
   char16_t thousand = u',';  // sThousand
@@ -31,12 +32,12 @@ struct LocaleInfo {
 };
 
 // The calling thread's locale.
-const LocaleInfo& ThreadLocale();
+QEL_EXPORT const LocaleInfo& ThreadLocale();
 // Replaces the calling thread's locale. Raises E_FAIL (source "QelLocale") when the C library
 // has no such locale; the thread keeps its locale then.
-void SetThreadLocale(std::string_view name);
+QEL_EXPORT void SetThreadLocale(std::string_view name);
 // The conventions of a named locale, or nullopt when it is not installed.
-std::optional<LocaleInfo> LookupLocale(std::string_view name);
+QEL_EXPORT std::optional<LocaleInfo> LookupLocale(std::string_view name);
 
 }  // namespace qel
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
@@ -18,11 +19,11 @@ using LogSink = std::function<void(const std::string& entry)>;
 
 // CR LF "Number: " hex number (two's complement for negatives) CR LF "Source: " source CR LF
 // description.
-Text FormatLogEntry(int32_t number, TextView source, TextView description);
+QEL_EXPORT Text FormatLogEntry(int32_t number, TextView source, TextView description);
 // Writes one error entry. Never fails.
-void LogErrorEvent(int32_t number, TextView source, TextView description) noexcept;
+QEL_EXPORT void LogErrorEvent(int32_t number, TextView source, TextView description) noexcept;
 // Replaces the sink; an empty function restores syslog. Returns the previous sink.
-LogSink SetLogSink(LogSink sink);
+QEL_EXPORT LogSink SetLogSink(LogSink sink);
 
 }  // namespace qel
 

@@ -18,12 +18,13 @@
 #define QEL_FRAME_NUMBER_FORMAT_H_
 
 #include "qel/frame/decimal.h"
+#include "qel/frame/export.h"
 #include "qel/frame/locale.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
-Text FormatNumber(const Decimal& value, TextView pattern, const LocaleInfo& loc);
+QEL_EXPORT Text FormatNumber(const Decimal& value, TextView pattern, const LocaleInfo& loc);
 
 }  // namespace qel
 

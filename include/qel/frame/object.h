@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
@@ -81,7 +82,7 @@ class Event {
   uint64_t last_id_ = 0;
 };
 
-class Object : public std::enable_shared_from_this<Object> {
+class QEL_EXPORT Object : public std::enable_shared_from_this<Object> {
  public:
   virtual ~Object() = default;
   Object(const Object&) = delete;
@@ -115,9 +116,9 @@ class Object : public std::enable_shared_from_this<Object> {
 
 // Creates an object of a creatable class by its name (case-insensitive). Raises 429 for a name
 // no subsystem registered.
-ObjectPtr CreateObject(TextView class_name);
+QEL_EXPORT ObjectPtr CreateObject(TextView class_name);
 // The creatable class names, in registration order.
-std::vector<Text> CreatableClasses();
+QEL_EXPORT std::vector<Text> CreatableClasses();
 
 }  // namespace qel
 

@@ -10,12 +10,13 @@
 #include <initializer_list>
 #include <span>
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
 namespace qel {
 
-Text FormatTemplate(TextView tmpl, std::span<const Variant> args) noexcept;
+QEL_EXPORT Text FormatTemplate(TextView tmpl, std::span<const Variant> args) noexcept;
 inline Text FormatTemplate(TextView tmpl, std::initializer_list<Variant> args) noexcept {
   return FormatTemplate(tmpl, std::span<const Variant>(args.begin(), args.size()));
 }

@@ -22,41 +22,41 @@ using TextView = std::u16string_view;
 
 // UTF-8 <-> UTF-16. Malformed UTF-8 sequences become U+FFFD; unpaired surrogates become
 // U+FFFD in UTF-8 output. Never throws.
-Text FromUtf8(std::string_view utf8);
-std::string ToUtf8(TextView text);
+QEL_EXPORT Text FromUtf8(std::string_view utf8);
+QEL_EXPORT std::string ToUtf8(TextView text);
 // True when FromUtf8 would find no malformed sequence (no overlong forms, no surrogates, nothing
 // above U+10FFFF).
 QEL_EXPORT bool IsValidUtf8(std::string_view bytes);
 
 // Windows-1252 <-> UTF-16. A character that code page cannot represent becomes "?".
 // The five bytes 1252 leaves undefined (0x81 0x8D 0x8F 0x90 0x9D) map to the same code points.
-Text FromAnsi(std::string_view bytes);
-std::string ToAnsi(TextView text);
+QEL_EXPORT Text FromAnsi(std::string_view bytes);
+QEL_EXPORT std::string ToAnsi(TextView text);
 // The Windows-1252 byte of one UTF-16 unit, or '?' when it has none.
-char ToAnsiChar(char16_t c);
+QEL_EXPORT char ToAnsiChar(char16_t c);
 
 // ASCII-range case folding, as the library compares names and codes ("a".."z" <-> "A".."Z"
 // plus the Latin-1 letters that have a Latin-1 counterpart).
-char16_t UpperChar(char16_t c);
-char16_t LowerChar(char16_t c);
-Text UCase(TextView text);
-Text LCase(TextView text);
+QEL_EXPORT char16_t UpperChar(char16_t c);
+QEL_EXPORT char16_t LowerChar(char16_t c);
+QEL_EXPORT Text UCase(TextView text);
+QEL_EXPORT Text LCase(TextView text);
 // True when the two texts are equal ignoring case.
-bool EqualsNoCase(TextView a, TextView b);
+QEL_EXPORT bool EqualsNoCase(TextView a, TextView b);
 
 // Blanks (space only, as the platform's Trim) removed from both ends / the left / the right.
-TextView Trim(TextView text);
-TextView LTrim(TextView text);
-TextView RTrim(TextView text);
+QEL_EXPORT TextView Trim(TextView text);
+QEL_EXPORT TextView LTrim(TextView text);
+QEL_EXPORT TextView RTrim(TextView text);
 
 // Fixed-width helpers (the fill's first character pads; a longer text is cut).
 // RightJustify keeps the rightmost `width` characters, LeftJustify the leftmost.
 // An empty fill pads with blanks. A width below zero is treated as zero.
-Text RightJustify(TextView fill, TextView text, int32_t width);
-Text LeftJustify(TextView text, TextView fill, int32_t width);
+QEL_EXPORT Text RightJustify(TextView fill, TextView text, int32_t width);
+QEL_EXPORT Text LeftJustify(TextView text, TextView fill, int32_t width);
 
 // The text between double quotes, with each double quote inside doubled.
-Text QuoteText(TextView text);
+QEL_EXPORT Text QuoteText(TextView text);
 
 // to = from, reusing to's buffer when it has room; `from` may be a view into `to` itself.
 QEL_EXPORT void AssignText(Text& to, TextView from);

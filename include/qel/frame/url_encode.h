@@ -10,16 +10,17 @@
 #ifndef QEL_FRAME_URL_ENCODE_H_
 #define QEL_FRAME_URL_ENCODE_H_
 
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
 
 // The encoded text (ASCII only).
-Text UrlEncode(TextView text);
+QEL_EXPORT Text UrlEncode(TextView text);
 // Appends the encoded text to *out.
-void AppendUrlEncoded(TextView text, Text* out);
+QEL_EXPORT void AppendUrlEncoded(TextView text, Text* out);
 // The decoded text. Never fails.
-Text UrlDecode(TextView encoded);
+QEL_EXPORT Text UrlDecode(TextView encoded);
 
 }  // namespace qel
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "qel/frame/decimal.h"
+#include "qel/frame/export.h"
 #include "qel/frame/text.h"
 
 namespace qel {
@@ -41,7 +42,7 @@ enum class VarType : uint16_t {
 };
 
 // A 64-bit integer scaled by 10,000 (four exact decimals).
-struct Currency {
+struct QEL_EXPORT Currency {
   int64_t scaled = 0;
   static constexpr int64_t kScale = 10000;
   friend auto operator<=>(const Currency&, const Currency&) = default;
@@ -49,15 +50,15 @@ struct Currency {
 
 // Days since 30 December 1899; the fraction is the time of day. For negative values the
 // fraction still counts forward from midnight of the (negative) day: -1.25 is 29 Dec 1899 06:00.
-struct Date {
+struct QEL_EXPORT Date {
   double serial = 0;
   friend auto operator<=>(const Date&, const Date&) = default;
 };
 
-struct EmptyValue {
+struct QEL_EXPORT EmptyValue {
   friend bool operator==(EmptyValue, EmptyValue) { return true; }
 };
-struct NullValue {
+struct QEL_EXPORT NullValue {
   friend bool operator==(NullValue, NullValue) { return true; }
 };
 
@@ -65,7 +66,7 @@ class Variant;
 using ByteArray = std::vector<uint8_t>;
 using VariantArray = std::vector<Variant>;
 
-class Variant {
+class QEL_EXPORT Variant {
  public:
   Variant() = default;  // Empty
   Variant(EmptyValue) {}
@@ -82,8 +83,8 @@ class Variant {
   Variant(const char* utf8) : value_(FromUtf8(utf8)) {}  // convenience for literals
   Variant(ObjectPtr v) : value_(std::move(v)) {}
   template <class T>
-    requires std::is_base_of_v<Object, T>
-  Variant(std::shared_ptr<T> v) : value_(ObjectPtr(std::move(v))) {}
+  requires std::is_base_of_v<Object, T> Variant(std::shared_ptr<T> v)
+      : value_(ObjectPtr(std::move(v))) {}
   Variant(bool v) : value_(v) {}
   Variant(Decimal v) : value_(v) {}
   Variant(uint8_t v) : value_(v) {}
@@ -129,9 +130,9 @@ class Variant {
   friend bool operator==(const Variant& a, const Variant& b);
 
  private:
-  using Storage = std::variant<EmptyValue, NullValue, int16_t, int32_t, float, double, Currency,
-                               Date, Text, ObjectPtr, bool, Decimal, uint8_t, ByteArray,
-                               std::shared_ptr<VariantArray>>;
+  using Storage =
+      std::variant<EmptyValue, NullValue, int16_t, int32_t, float, double, Currency, Date, Text,
+                   ObjectPtr, bool, Decimal, uint8_t, ByteArray, std::shared_ptr<VariantArray>>;
   Storage value_;
 };
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
@@ -19,7 +20,7 @@ namespace qel {
 class QelProps;
 class QelRecord;
 
-class QelMessage final : public Object {
+class QEL_EXPORT QelMessage final : public Object {
  public:
   TextView ClassName() const override { return u"QelMessage"; }
 
@@ -51,7 +52,7 @@ class QelMessage final : public Object {
 
 using QelMessagePtr = std::shared_ptr<QelMessage>;
 
-class QelMessages final : public Object {
+class QEL_EXPORT QelMessages final : public Object {
  public:
   TextView ClassName() const override { return u"QelMessages"; }
 

@@ -19,6 +19,7 @@
 
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_fields.h"
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 #include "qel/records/qel_record_labels.h"
 
@@ -75,7 +76,7 @@ enum QelProtectionCodes : int32_t {
   qelProtectionDisplayOnly = 0x200000,
 };
 
-class QelRecord final : public Object {
+class QEL_EXPORT QelRecord final : public Object {
  public:
   QelRecord();
   ~QelRecord() override;

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 #include "qel/frame/variant.h"
 
@@ -57,7 +58,7 @@ inline constexpr char16_t kLabelSeparator = 28;   // FS, before each label
 inline constexpr char16_t kHeaderSeparator = 29;  // GS, after the labels
 
 // One label: a code and a text value.
-class QelRecordLabel final : public Object {
+class QEL_EXPORT QelRecordLabel final : public Object {
  public:
   // REQUIRES: code > qelLabelCodeBase (QelRecordLabels::Add checks it).
   explicit QelRecordLabel(int32_t code) : code_(code) {}
@@ -84,7 +85,7 @@ class QelRecordLabel final : public Object {
 using QelRecordLabelPtr = std::shared_ptr<QelRecordLabel>;
 
 // The labels of one record, in the order they were added.
-class QelRecordLabels final : public Object {
+class QEL_EXPORT QelRecordLabels final : public Object {
  public:
   QelRecordLabels();
   ~QelRecordLabels() override;

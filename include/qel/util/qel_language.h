@@ -7,11 +7,12 @@
 #ifndef QEL_UTIL_QEL_LANGUAGE_H_
 #define QEL_UTIL_QEL_LANGUAGE_H_
 
+#include "qel/frame/export.h"
 #include "qel/frame/object.h"
 
 namespace qel {
 
-class QelLanguage final : public Object {
+class QEL_EXPORT QelLanguage final : public Object {
  public:
   QelLanguage();
   TextView ClassName() const override { return u"QelLanguage"; }

@@ -6,12 +6,13 @@
 #ifndef QEL_UTIL_QEL_LOCALE_H_
 #define QEL_UTIL_QEL_LOCALE_H_
 
+#include "qel/frame/export.h"
 #include "qel/frame/locale.h"
 #include "qel/frame/object.h"
 
 namespace qel {
 
-class QelLocale final : public Object {
+class QEL_EXPORT QelLocale final : public Object {
  public:
   TextView ClassName() const override { return u"QelLocale"; }
 
