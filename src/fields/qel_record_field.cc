@@ -532,7 +532,9 @@ void QelRecordField::SetMid(int32_t start, int32_t length, const Variant& value,
 }
 
 void QelRecordField::SetFill(const Variant& value) {
-  char16_t c = kEmptySlotChar;
+  // Fill is the one writer of the null filler: clients fill with Null to mark a field as
+  // deliberately null, and read that mark back as Null.
+  char16_t c = kNullFiller;
   if (!value.IsNull()) {
     const qel::Text t = CStr(value);
     c = t.empty() ? kEmptySlotChar : t[0];

@@ -351,8 +351,9 @@ TEST_F(FieldTest, FillAndIsNull) {
   EXPECT_EQ(Data(), "999");
   EXPECT_FALSE(n->IsNull());
   n->SetFill(Variant::Null());
-  EXPECT_EQ(Data(), "   ");
+  EXPECT_EQ(Data(), "~~~");
   EXPECT_TRUE(n->IsNull());
+  EXPECT_TRUE(n->Value().IsNull());
   n->SetFill(u"9");
   n->SetFill(u"");
   EXPECT_EQ(Data(), "   ");

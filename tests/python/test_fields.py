@@ -126,7 +126,7 @@ def test_raw_access_fill_and_null(fields):
     nombre.SetMid(3, 2, value="XY")
     assert nombre.Mid(Start=3, Length=3) == "XYe"
     nombre.Fill = None
-    assert nombre.Data() == " " * 10 and nombre.Value() == "" and nombre.IsNull()
+    assert nombre.Data() is None and nombre.Value() is None and nombre.IsNull()  # the null mark
     with pytest.raises(AttributeError):
         nombre.Fill
     assert fields["AMT"].Validate(1, Index=4) and not fields["AMT"].Validate(1, 5)

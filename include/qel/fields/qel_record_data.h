@@ -25,12 +25,13 @@ namespace qel {
 
 // What Null written into a slot leaves there: blanks. A blank slot is what the record holds
 // where nothing was ever written, and what the host's record programs read as an empty field
-// (an alphanumeric field of spaces; a number field of spaces, "not informed"). The null
-// filler below is never written: it would travel to the host inside the link text as a
+// (an alphanumeric field of spaces; a number field of spaces, "not informed"). Value writes
+// never use the null filler below: it would travel to the host inside the link text as a
 // control character its programs do not expect, and writing it over a list would destroy the
 // data of every member.
 inline constexpr char16_t kEmptySlotChar = u' ';
-// A slot made only of this character (written by older clients) reads as Null.
+// A slot made only of this character reads as Null. Only Fill with Null writes it (a field's
+// or the whole record's), as a deliberate null mark.
 inline constexpr char16_t kNullFiller = 26;
 
 // The sign encoding new record data buffers start with on this thread (see SignANSI).
