@@ -5,11 +5,8 @@
 
 #include <cstdint>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 #include "frame/char_class.h"
+#include "frame/unit_scan.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 #include "qel/props/qel_props.h"
@@ -27,30 +24,10 @@ inline constexpr int32_t kByteArrayCode = static_cast<int32_t>(VarType::kByteArr
 inline bool IsNameStart(char16_t c) { return IsLetter(c) || c == u'_'; }
 inline bool IsNameChar(char16_t c) { return IsNameStart(c) || IsDigit(c); }
 
-// The first position from `p` on that holds no name character, or `end`.
+// The first position from `p` on that holds no name character, or `end`: the ASCII part of a
+// name by the vectorised scan, the rest (Latin letters) one unit at a time.
 inline const char16_t* SkipNameChars(const char16_t* p, const char16_t* end) {
-#if defined(__SSE2__)
-  // Eight units at a time while they are ASCII letters, digits or "_"; from the first other
-  // unit on (a Latin letter, or the end of the name), one at a time. x <= n unsigned is tested
-  // as saturating x - n == 0.
-  const __m128i zero = _mm_setzero_si128();
-  while (end - p >= 8) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const __m128i lower = _mm_or_si128(v, _mm_set1_epi16(0x20));
-    const __m128i letter = _mm_cmpeq_epi16(
-        _mm_subs_epu16(_mm_sub_epi16(lower, _mm_set1_epi16(u'a')), _mm_set1_epi16(25)), zero);
-    const __m128i digit = _mm_cmpeq_epi16(
-        _mm_subs_epu16(_mm_sub_epi16(v, _mm_set1_epi16(u'0')), _mm_set1_epi16(9)), zero);
-    const __m128i underscore = _mm_cmpeq_epi16(v, _mm_set1_epi16(u'_'));
-    const auto mask = static_cast<unsigned>(
-        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(letter, digit), underscore)));
-    if (mask != 0xFFFF) {
-      p += __builtin_ctz(~mask) / 2;
-      break;
-    }
-    p += 8;
-  }
-#endif
+  p += SkipAsciiWord(TextView(p, static_cast<size_t>(end - p)), 0);
   while (p < end && IsNameChar(*p)) ++p;
   return p;
 }
