@@ -2,8 +2,8 @@
 // number of fields (up to 15); each field takes three bytes: type (taken modulo 9, so invalid
 // types occur), length and precision. Names are F0, F1, ... except that a list end takes the
 // name of the last list begin. The rest of the input is the link text, as Windows-1252.
-// Beyond the link target's round trip: a copy and a clone agree with the record, and every
-// field and occurrence reads without crashing.
+// Beyond the link target's round trip: a clone agrees with the record where the link text
+// carries it, and every field and occurrence reads without crashing.
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -37,8 +37,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const qel::Text text = qel::FromAnsi(
       std::string_view(reinterpret_cast<const char*>(data + head), size - head));
   if (!qel::fuzzing::LoadsAndRoundTrips(*record, *again, text)) return 0;
+  // A clone goes through the link text, so it equals the record where that text carries it.
   const auto clone = record->Clone();
-  if (clone->Serialize() != record->Serialize() || clone->Layout() != record->Layout()) {
+  if (clone->Layout() != record->Layout()) std::abort();
+  if (qel::fuzzing::LinkTextCarries(*record) && clone->Serialize() != record->Serialize()) {
     std::abort();
   }
   for (const auto& f : *record->Fields()) {
