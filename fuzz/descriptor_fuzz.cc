@@ -27,8 +27,7 @@ bool IsZero(const qel::Variant& v) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using qel::Text;
   using qel::Variant;
-  static const bool once = (qel::SetThreadLocale("es_CL.UTF-8"), true);
-  (void)once;
+  qel::fuzz::UseChileanLocale();
   const Text input = qel::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   const size_t nl = input.find(u'\n');
   const qel::TextView descriptor = qel::TextView(input).substr(0, nl);

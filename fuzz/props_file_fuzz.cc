@@ -25,8 +25,7 @@ std::string Utf16WithMark(const qel::Text& text, bool big_endian) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool locale_set = (qel::SetThreadLocale("es_CL.UTF-8"), true);
-  (void)locale_set;
+  qel::fuzz::UseChileanLocale();
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   const qel::Text text = qel::internal::DecodeBagFile(bytes);
   for (bool big_endian : {false, true}) {

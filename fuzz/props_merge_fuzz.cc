@@ -25,8 +25,7 @@ std::shared_ptr<qel::QelProps> Read(std::string_view utf8) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool locale_set = (qel::SetThreadLocale("es_CL.UTF-8"), true);
-  (void)locale_set;
+  qel::fuzz::UseChileanLocale();
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   const size_t nul = input.find('\0');
   const auto target = Read(input.substr(0, nul));

@@ -10,8 +10,7 @@
 #include "qel/props/qel_props.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool locale_set = (qel::SetThreadLocale("es_CL.UTF-8"), true);
-  (void)locale_set;
+  qel::fuzz::UseChileanLocale();
   const qel::Text text = qel::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   qel::QelProps bag;
   try {

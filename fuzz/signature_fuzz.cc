@@ -56,8 +56,7 @@ void Exercise(const qel::Text& text) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using qel::Text;
   using qel::TextView;
-  static const bool once = (qel::SetThreadLocale("es_CL.UTF-8"), true);
-  (void)once;
+  qel::fuzz::UseChileanLocale();
   const Text input = qel::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   Exercise(input);
 

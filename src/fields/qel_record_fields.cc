@@ -24,6 +24,7 @@
 #include "fields/qel_record_field_internal.h"
 #include "fields/qel_record_fields_internal.h"
 #include "frame/keyed_hash.h"
+#include "frame/line_reader.h"
 #include "qel/fields/layout_digest.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -47,19 +48,12 @@ Text Excerpt(TextView line) {
   RaiseError(E_INVALIDARG, source, tmpl, args);
 }
 
-// Lines at CR LF or LF; one break at the very end does not open another line.
+// The lines of a signature text (see LineReader); an empty text is one empty line, which the
+// envelope check then refuses with its own message.
 std::vector<TextView> SplitLines(TextView text) {
   std::vector<TextView> lines;
-  size_t begin = 0;
-  while (begin < text.size()) {
-    size_t end = text.find(u'\n', begin);
-    const size_t next = end == TextView::npos ? text.size() : end + 1;
-    if (end == TextView::npos) end = text.size();
-    TextView line = text.substr(begin, end - begin);
-    if (end < text.size() && !line.empty() && line.back() == u'\r') line.remove_suffix(1);
-    lines.push_back(line);
-    begin = next;
-  }
+  internal::LineReader reader(text);
+  for (TextView line; reader.Next(&line);) lines.push_back(line);
   if (text.empty()) lines.emplace_back();
   return lines;
 }
@@ -188,7 +182,7 @@ std::shared_ptr<const ParsedLayout> QelRecordFieldsBuilder::Parse(TextView text)
 }
 
 TextView QelRecordFieldsBuilder::ReadEnvelope(const std::vector<TextView>& lines,
-                                               ParsedLayout* layout) {
+                                              ParsedLayout* layout) {
   return Chaining(u"QelRecordFields.Layout:", [&] {
     const TextView header = lines.front();
     const TextView raw_name = Segment(header, 2);
@@ -205,9 +199,8 @@ TextView QelRecordFieldsBuilder::ReadEnvelope(const std::vector<TextView>& lines
     // The digest is the checksum line's default, read as that line's type reads it: without
     // trailing blanks.
     layout->signature = check->Default().Get<Text>();
-    if (Segment(checksum, 1) != CStr(Variant(layout->total)) ||
-        Segment(checksum, 2) != raw_name || layout->signature.empty() ||
-        checksum.find(u':', 3) == checksum.rfind(u':')) {
+    if (Segment(checksum, 1) != CStr(Variant(layout->total)) || Segment(checksum, 2) != raw_name ||
+        layout->signature.empty() || checksum.find(u':', 3) == checksum.rfind(u':')) {
       Fail(u"Checksum", u"La línea de control '%1' de la firma es inválida",
            {Variant(Excerpt(checksum))});
     }
@@ -369,8 +362,8 @@ std::shared_ptr<QelRecordField> QelRecordFields::Find(const Variant& key) const 
 std::shared_ptr<QelRecordField> QelRecordFields::Item(const Variant& key) const {
   auto field = Find(key);
   if (!field) {
-    RaiseError(E_INVALIDARG, u"QelRecordFields.Item", u"El campo '%1' no existe en el registro '%2'",
-               {key, Variant(name_)});
+    RaiseError(E_INVALIDARG, u"QelRecordFields.Item",
+               u"El campo '%1' no existe en el registro '%2'", {key, Variant(name_)});
   }
   return field;
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <string>
 
+#include "frame/line_reader.h"
 #include "props/bag_access.h"
 #include "props/props_format.h"
 #include "qel/frame/error.h"
@@ -125,12 +126,9 @@ void QelProps::LoadFromHttp(TextView header_block) {
   // The String value that a continuation line or a repeated header extends, in place: a block
   // of many such lines costs time in proportion to its length.
   Text* last = nullptr;
-  size_t from = 0;
-  while (from < headers.size()) {
-    size_t eol = headers.find(u'\n', from);
-    if (eol == TextView::npos) eol = headers.size();
-    TextView line = headers.substr(from, eol - from);
-    from = eol + 1;
+  internal::LineReader reader(headers);
+  for (TextView line; reader.Next(&line);) {
+    // A block cut after its last CR still ends that line there.
     if (!line.empty() && line.back() == u'\r') line.remove_suffix(1);
     if (TrimBlanks(line).empty()) {
       last = nullptr;
