@@ -1,16 +1,14 @@
-// qel: the library's main jobs from a shell.
-//
-//   qel demo      a typical transaction with a simulated host (the default)
-//   qel classes   lists the creatable classes
+// qel demo: a typical transaction with a simulated host; qel classes: the creatable classes.
 //
 // The demo plays both sides of the host link: the client declares an order layout with a
 // repeated list of items, fills the header and fields and serialises the record; a small host
 // simulator reads that text with the same layout, prices the items and answers with a reply
 // record (reply code, a label, computed fields); the client loads the reply and prints it.
 #include <cstdio>
-#include <cstring>
 #include <string>
 
+#include "cli.h"
+#include "commands.h"
 #include "qel/qelstd.h"
 
 namespace {
@@ -175,19 +173,28 @@ int Demo() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const char* cmd = argc > 1 ? argv[1] : "demo";
-  try {
-    if (std::strcmp(cmd, "demo") == 0) return Demo();
-    if (std::strcmp(cmd, "classes") == 0) {
-      for (const auto& c : qel::CreatableClasses()) std::printf("%s\n", qel::ToUtf8(c).c_str());
-      return 0;
-    }
-  } catch (const qel::Error& e) {
-    std::fprintf(stderr, "qel: error %d (%s): %s\n", e.Number(), qel::ToUtf8(e.Source()).c_str(),
-                 e.what());
-    return 1;
+namespace qel::cli {
+
+int RunDemo(std::span<char* const> args) {
+  if (WantsHelp(args)) {
+    std::printf("Uso: qel demo\n\nUna transacción típica: el cliente declara un pedido, lo "
+                "serializa, un host simulado\nlo valoriza y responde, y el cliente carga la "
+                "respuesta.\n");
+    return kExitOk;
   }
-  std::fprintf(stderr, "usage: qel [demo|classes]\n");
-  return 2;
+  if (!args.empty()) throw UsageError("demo no recibe argumentos");
+  return Demo();
 }
+
+int RunClasses(std::span<char* const> args) {
+  if (WantsHelp(args)) {
+    std::printf("Uso: qel classes\n\nLista las clases que la biblioteca puede crear por "
+                "nombre.\n");
+    return kExitOk;
+  }
+  if (!args.empty()) throw UsageError("classes no recibe argumentos");
+  for (const auto& c : qel::CreatableClasses()) std::printf("%s\n", qel::ToUtf8(c).c_str());
+  return kExitOk;
+}
+
+}  // namespace qel::cli
