@@ -1,7 +1,7 @@
 // qel: the library's everyday jobs from a shell.
 //
 //   qel [COMMAND] [ARGS...]      COMMAND defaults to "demo"; "qel --help" lists them all,
-//                                "qel COMMAND --help" tells one's usage.
+//                                "qel COMMAND --help" tells one's usage; "qel --version".
 // Exit status: 0 done, 1 failed (a library error or unusable input), 2 bad command line.
 #include <cstdio>
 #include <cstring>
@@ -34,6 +34,10 @@ int main(int argc, char** argv) {
   if (std::strcmp(name, "-h") == 0 || std::strcmp(name, "--help") == 0 ||
       std::strcmp(name, "help") == 0) {
     PrintHelp(stdout);
+    return qel::cli::kExitOk;
+  }
+  if (std::strcmp(name, "--version") == 0) {
+    std::printf("qel (qelstd) %s\n", QEL_VERSION_TEXT);
     return qel::cli::kExitOk;
   }
   const std::span<char* const> args(argv + (argc > 1 ? 2 : 1), argv + argc);
