@@ -35,20 +35,18 @@ set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libqelstd0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
-    "qelstd shared library
- A C++20 class library for the desktop clients and scripts of a host transaction system:
- fixed-width records with digest-checked layouts, the link-record text, property bags,
- the thread's event loop, and Chilean RUT validation.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "qelstd shared library
+A C++20 class library for the desktop clients and scripts of a host transaction
+system: fixed-width records with digest-checked layouts, the link-record text,
+property bags, the thread's event loop, and Chilean RUT validation.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libqelstd-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 list(JOIN QEL_DEPS_DEBIAN ", " qel_dev_depends)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${qel_dev_depends}")
-set(CPACK_COMPONENT_DEV_DESCRIPTION
-    "qelstd development files
- Headers, the static library, the CMake package (find_package(qelstd), targets
- qel::qelstd and qel::qelstd_static) and the pkg-config file (qelstd).")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "qelstd development files
+Headers, the static library, the CMake package (find_package(qelstd), targets
+qel::qelstd and qel::qelstd_static) and the pkg-config file (qelstd).")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-qelstd)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
@@ -64,15 +62,15 @@ ${Python3_VERSION_MINOR}~), python3 (<< ${Python3_VERSION_MAJOR}.${qel_python_ne
 else()
   list(REMOVE_ITEM CPACK_COMPONENTS_ALL python)
 endif()
-set(CPACK_COMPONENT_PYTHON_DESCRIPTION
-    "qelstd for Python 3
- The module qelstd: every public class of the library under its own name, for scripts.")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "qelstd for Python 3
+The module qelstd: every public class of the library under its own name, for
+scripts.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME qel-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-    "qelstd command-line tool
- qel: the library's everyday jobs from a shell, and the demo of a typical transaction.")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "qelstd command-line tool
+qel: the library's everyday jobs from a shell, and the demo of a typical
+transaction.")
 
 include(CPack)
 
