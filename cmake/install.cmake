@@ -20,6 +20,16 @@ set(QEL_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qelstd)
 install(TARGETS qelstd qelstd_static EXPORT qelstdTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+# A stripping install (cmake --install --strip, the Debian packages) strips executables and
+# shared libraries itself; the static library keeps its symbols and loses only its debugging
+# sections, as Debian's own -dev packages ship it.
+if(CMAKE_STRIP)
+  install(CODE "
+    if(CMAKE_INSTALL_DO_STRIP)
+      execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/$<TARGET_FILE_NAME:qelstd_static>\")
+    endif()" COMPONENT dev)
+endif()
 install(DIRECTORY include/qel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
 install(EXPORT qelstdTargets NAMESPACE qel:: DESTINATION ${QEL_CMAKE_PACKAGE_DIR}
         COMPONENT dev)
