@@ -16,7 +16,8 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
 # Nothing installed may point back into the build or source tree.
-if leaks="$(grep -rIl -e "$build" -e "$here" "$prefix")"; then
+source_root="$(cd "$here/../.." && pwd)"
+if leaks="$(grep -rIl -e "$build" -e "$source_root" "$prefix")"; then
   fail "installed files name the build or source tree: $leaks"
 fi
 
