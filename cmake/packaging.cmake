@@ -81,6 +81,6 @@ if(QEL_BUILD_TESTS)
            COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tests/install/debian_packages.py
                    ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
                    ${PROJECT_VERSION} $<BOOL:${QEL_BUILD_PYTHON}>)
-  set_tests_properties(install_debian_packages PROPERTIES RESOURCE_LOCK qel_install
+  set_tests_properties(install_debian_packages PROPERTIES RUN_SERIAL ON
                        SKIP_REGULAR_EXPRESSION "SKIPPED:")
 endif()
