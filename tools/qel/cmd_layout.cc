@@ -158,7 +158,12 @@ int Import(const ParsedArgs& args) {
     });
   }
   const std::string text = ReadAll(file);
-  const Text signature = ImportCopybook(text, file == "-" ? "<stdin>" : file, options);
+  Text signature;
+  try {
+    signature = ImportCopybook(text, file == "-" ? "<stdin>" : file, options);
+  } catch (const CopybookFieldError& e) {
+    return ReportError(e.error, e.where);
+  }
   Output out(args.Get("o", "-"));
   out.Write(ToUtf8(signature));
   out.Write("\n");
