@@ -27,47 +27,78 @@ struct Slot {
   int32_t occurrences;
 };
 
+// Appends UTF-8 in place: one byte per unit while the text is ASCII (the common case), room
+// for three per unit from the first unit that is not.
 void AppendUtf8(TextView t, std::string& out) {
-  for (size_t i = 0; i < t.size(); ++i) {
+  const size_t old = out.size();
+  char16_t any = 0;
+  for (const char16_t c : t) any |= c;  // both loops vectorise
+  if (any < 0x80) {
+    out.resize(old + t.size());
+    char* p = out.data() + old;
+    for (size_t k = 0; k < t.size(); ++k) p[k] = static_cast<char>(t[k]);
+    return;
+  }
+  out.resize(old + t.size());
+  char* p = out.data() + old;
+  size_t i = 0;
+  for (; i < t.size() && t[i] < 0x80; ++i) *p++ = static_cast<char>(t[i]);
+  const size_t done = static_cast<size_t>(p - out.data());
+  out.resize(done + (t.size() - i) * 3);
+  p = out.data() + done;
+  for (; i < t.size(); ++i) {
     uint32_t c = t[i];
     if (c < 0x80) {
-      out.push_back(static_cast<char>(c));
+      *p++ = static_cast<char>(c);
       continue;
     }
     if (c >= 0xD800 && c <= 0xDFFF) {
       if (c <= 0xDBFF && i + 1 < t.size() && t[i + 1] >= 0xDC00 && t[i + 1] <= 0xDFFF) {
         c = 0x10000 + ((c - 0xD800) << 10) + (t[i + 1] - 0xDC00);
-        ++i;
+        ++i;  // two units, four bytes: within the three per unit reserved
       } else {
         c = 0xFFFD;
       }
     }
     if (c < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+      *p++ = static_cast<char>(0xC0 | (c >> 6));
     } else if (c < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+      *p++ = static_cast<char>(0xE0 | (c >> 12));
+      *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
     } else {
-      out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+      *p++ = static_cast<char>(0xF0 | (c >> 18));
+      *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
     }
-    out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    *p++ = static_cast<char>(0x80 | (c & 0x3F));
   }
+  out.resize(static_cast<size_t>(p - out.data()));
 }
 
-void AppendPadded(int value, int width, std::string& out) {
-  char buf[8];
-  for (int i = width - 1; i >= 0; --i, value /= 10) buf[i] = static_cast<char>('0' + value % 10);
-  out.append(buf, static_cast<size_t>(width));
+// The slot without its trailing blanks; slots are short, so a plain loop beats a call.
+inline TextView TrimEnd(TextView t) {
+  size_t n = t.size();
+  while (n > 0 && t[n - 1] == u' ') --n;
+  return t.substr(0, n);
+}
+
+inline TextView TrimBoth(TextView t) {
+  t = TrimEnd(t);
+  size_t i = 0;
+  while (i < t.size() && t[i] == u' ') ++i;
+  return t.substr(i);
 }
 
 void AppendDate(int year, int month, int day, std::string& out) {
-  AppendPadded(year, 4, out);
-  out.push_back('-');
-  AppendPadded(month, 2, out);
-  out.push_back('-');
-  AppendPadded(day, 2, out);
+  char buf[10];
+  for (int i = 3; i >= 0; --i, year /= 10) buf[i] = static_cast<char>('0' + year % 10);
+  buf[4] = '-';
+  buf[5] = static_cast<char>('0' + month / 10);
+  buf[6] = static_cast<char>('0' + month % 10);
+  buf[7] = '-';
+  buf[8] = static_cast<char>('0' + day / 10);
+  buf[9] = static_cast<char>('0' + day % 10);
+  out.append(buf, sizeof buf);
 }
 
 // The plain form of a value Value gave.
@@ -109,7 +140,10 @@ bool AllDigits(TextView t) {
 // A number slot as Value reads it, when it holds plain digits with at most a sign mark on the
 // last one and fits a Decimal exactly; false to leave it to Value.
 bool AppendNumber(TextView slot, int32_t precision, std::string& out) {
-  const TextView t = Trim(slot);
+  // A slot of digits from end to end (the common case) needs no trimming.
+  const TextView t = !slot.empty() && slot.front() != u' ' && slot.back() != u' '
+                         ? slot
+                         : TrimBoth(slot);
   if (t.empty()) {
     out.push_back('0');
     return true;
@@ -132,10 +166,14 @@ bool AppendNumber(TextView slot, int32_t precision, std::string& out) {
     digit = last - 25;
     negative = true;
   }
-  if (!internal::IsDigit(digit) || !AllDigits(t.substr(0, t.size() - 1))) return false;
   char digits[32];
   const size_t n = t.size();
-  for (size_t i = 0; i + 1 < n; ++i) digits[i] = static_cast<char>(t[i]);
+  unsigned bad = 0;
+  for (size_t i = 0; i + 1 < n; ++i) {  // copies and checks in one branch-free pass
+    bad |= static_cast<unsigned>(static_cast<char16_t>(t[i] - u'0') > 9);
+    digits[i] = static_cast<char>(t[i]);
+  }
+  if (bad != 0 || !internal::IsDigit(digit)) return false;
   digits[n - 1] = static_cast<char>(digit);
   // Integer part: the digits before the last `precision`, without leading zeros.
   const size_t p = static_cast<size_t>(precision);
@@ -151,17 +189,20 @@ bool AppendNumber(TextView slot, int32_t precision, std::string& out) {
     out.push_back('0');  // zero has no sign
     return true;
   }
-  if (negative) out.push_back('-');
+  char text[64];
+  char* w = text;
+  if (negative) *w++ = '-';
   if (first == int_end) {
-    out.push_back('0');
+    *w++ = '0';
   } else {
-    out.append(digits + first, int_end - first);
+    for (size_t i = first; i < int_end; ++i) *w++ = digits[i];
   }
   if (frac_end > int_end) {
-    out.push_back('.');
-    out.append(leading, '0');
-    out.append(digits + int_end, frac_end - int_end);
+    *w++ = '.';
+    for (size_t i = 0; i < leading; ++i) *w++ = '0';
+    for (size_t i = int_end; i < frac_end; ++i) *w++ = digits[i];
   }
+  out.append(text, static_cast<size_t>(w - text));
   return true;
 }
 
@@ -174,7 +215,7 @@ int DaysInMonth(int year, int month) {
 
 // 1 (appended), 0 (Null) or -1 (leave it to Value).
 int AppendDateSlot(TextView slot, int32_t length, std::string& out) {
-  const TextView t = Trim(slot);
+  const TextView t = TrimBoth(slot);
   if (t.empty()) return 0;
   bool zeros = true;
   for (char16_t c : t) zeros = zeros && c == u'0';
@@ -197,7 +238,7 @@ int AppendDateSlot(TextView slot, int32_t length, std::string& out) {
 }
 
 bool AppendRut(TextView slot, std::string& out) {
-  const TextView t = Trim(slot);
+  const TextView t = TrimBoth(slot);
   if (t.empty()) {
     out += "0-0";
     return true;
@@ -259,7 +300,7 @@ bool RecordTextReader::Append(int32_t position, int32_t index, std::string& out)
       case qelTypeList:
       case qelTypeText:
       case qelTypeAlpha:
-        AppendUtf8(RTrim(slot), out);
+        AppendUtf8(TrimEnd(slot), out);
         return true;
       case qelTypeNumeric:
       case qelTypeSigned:

@@ -155,7 +155,8 @@ class RecordWriter {
       first = false;
       const size_t from = out.size();
       reader_.Append(c.position, c.index, out);
-      QuoteCsvTail(out, from);
+      // Numbers, dates and RUTs never hold a comma, a quote or a line end.
+      if (IsTextType(types_[static_cast<size_t>(c.position - 1)])) QuoteCsvTail(out, from);
     }
     out.push_back('\n');
   }

@@ -251,7 +251,12 @@ void QuoteJsonTail(std::string& out, size_t from) {
 }
 
 void QuoteCsvTail(std::string& out, size_t from) {
-  if (out.find_first_of(",\"\r\n", from) == std::string::npos) return;
+  bool plain = true;
+  for (size_t i = from; i < out.size(); ++i) {
+    const char c = out[i];
+    plain = plain && c != ',' && c != '"' && c != '\r' && c != '\n';
+  }
+  if (plain) return;
   const std::string raw = out.substr(from);
   out.resize(from);
   out.push_back('"');

@@ -35,6 +35,10 @@ std::vector<Column> Columns(const QelRecordFields& fields);
 
 // True when a value of this field type is written as a JSON number.
 inline bool IsNumberType(int32_t type) { return type == qelTypeNumeric || type == qelTypeSigned; }
+// True when a value of this field type is free text (any character may occur in it).
+inline bool IsTextType(int32_t type) {
+  return type == qelTypeText || type == qelTypeAlpha || type == qelTypeList;
+}
 
 // Makes the text appended to `out` from `from` on a JSON string (quotes included).
 void QuoteJsonTail(std::string& out, size_t from);
