@@ -182,3 +182,11 @@ def test_a_malformed_signature_is_refused(qel, sig, tmp_path):
 def test_record_usage_errors(qel, sig, args):
     full = args if "--layout" in args or args == ["decode"] else args + ["--layout", str(sig)]
     assert qel("record", *full).status == 2
+
+
+def test_fixed_input_with_crlf_and_no_last_line_end(qel, sig, fixed_file):
+    lf = fixed_file.read_bytes()
+    crlf = lf.replace(b"\n", b"\r\n")[:-2]
+    want = qel("record", "convert", "--layout", sig, "--from", "fixed", "--to", "csv", input=lf)
+    got = qel("record", "convert", "--layout", sig, "--from", "fixed", "--to", "csv", input=crlf)
+    assert got.status == 0 and got.out == want.out and len(want.out.splitlines()) == 301

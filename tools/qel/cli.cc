@@ -179,7 +179,9 @@ bool ForEachRawLine(std::span<const std::string> files,
   static const std::string kStdin = "-";
   std::span<const std::string> names = files.empty() ? std::span(&kStdin, 1) : files;
   constexpr size_t kBlock = size_t{1} << 20;
-  std::string buffer;
+  // [0, kept) holds the unfinished line of the previous block; a line longer than a block
+  // grows the buffer.
+  std::vector<char> buffer(2 * kBlock);
   for (const std::string& name : names) {
     std::FILE* in = stdin;
     if (name != "-") {
@@ -192,35 +194,35 @@ bool ForEachRawLine(std::span<const std::string> files,
         if (f != stdin) std::fclose(f);
       }
     } closer{in};
-    buffer.clear();
-    size_t begin = 0;  // start of the unfinished line in buffer
+    size_t kept = 0;
     uint64_t number = 0;
+    auto deliver = [&](const char* begin, const char* end) {
+      std::string_view line(begin, static_cast<size_t>(end - begin));
+      if (bytes_done != nullptr) *bytes_done += line.size() + 1;
+      if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+      return fn(line, name, ++number);
+    };
     for (;;) {
-      // Keep the unfinished line, then read the next block behind it.
-      buffer.erase(0, begin);
-      begin = 0;
-      const size_t kept = buffer.size();
-      buffer.resize(kept + kBlock);
-      const size_t got = std::fread(buffer.data() + kept, 1, kBlock, in);
-      buffer.resize(kept + got);
+      if (buffer.size() - kept < kBlock) buffer.resize(kept + kBlock);
+      const size_t got = std::fread(buffer.data() + kept, 1, buffer.size() - kept, in);
       if (got == 0) {
         if (std::ferror(in)) throw std::runtime_error(name + ": " + std::strerror(errno));
         break;
       }
-      size_t scan = kept;
-      for (size_t nl; (nl = buffer.find('\n', scan)) != std::string::npos; scan = begin) {
-        std::string_view line(buffer.data() + begin, nl - begin);
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        begin = nl + 1;
-        if (bytes_done != nullptr) *bytes_done += line.size() + 1;
-        if (!fn(line, name, ++number)) return false;
+      const char* const base = buffer.data();
+      const char* const end = base + kept + got;
+      const char* line = base;
+      for (const char* p = base + kept;
+           (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)))) != nullptr;
+           line = ++p) {
+        if (!deliver(line, p)) return false;
       }
+      kept = static_cast<size_t>(end - line);
+      std::memmove(buffer.data(), line, kept);
     }
-    if (begin < buffer.size()) {  // a last line without its line end
-      std::string_view line(buffer.data() + begin, buffer.size() - begin);
-      if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-      if (bytes_done != nullptr) *bytes_done += line.size();
-      if (!fn(line, name, ++number)) return false;
+    if (kept > 0) {  // a last line without its line end
+      if (bytes_done != nullptr) --*bytes_done;  // deliver counts a line end it lacks
+      if (!deliver(buffer.data(), buffer.data() + kept)) return false;
     }
   }
   return true;
