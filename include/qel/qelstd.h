@@ -27,7 +27,6 @@
 #include "qel/records/qel_message.h"
 #include "qel/records/qel_record.h"
 #include "qel/records/qel_record_labels.h"
-#include "qel/records/record_text.h"
 #include "qel/util/qel_language.h"
 #include "qel/util/qel_locale.h"
 #include "qel/wait/qel_timer.h"

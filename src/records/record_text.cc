@@ -2,7 +2,7 @@
 // then reads a slot in place. Every shortcut here answers exactly what Value would, or steps
 // aside: a slot the fast reading does not recognise as well-formed goes to Value, which reads
 // it or raises its error, and Value's result is written in the same plain form.
-#include "qel/records/record_text.h"
+#include "records/record_text.h"
 
 #include <charconv>
 #include <vector>
@@ -265,6 +265,8 @@ bool AppendRut(TextView slot, std::string& out) {
 
 }  // namespace
 
+namespace internal {
+
 struct RecordTextReader::Plan {
   std::vector<Slot> slots;
 };
@@ -289,7 +291,7 @@ RecordTextReader::RecordTextReader(std::shared_ptr<QelRecordFields> fields)
 RecordTextReader::~RecordTextReader() = default;
 
 bool RecordTextReader::Append(int32_t position, int32_t index, std::string& out) const {
-  const Slot& s = plan_->slots.at(static_cast<size_t>(position - 1));
+  const Slot& s = plan_->slots.at(static_cast<size_t>(position - 1));  // checked: from outside
   const Text& data = fields_->RecordData()->Data();
   const int64_t start = s.start + static_cast<int64_t>(index - 1) * s.stride;
   if (index >= 1 && index <= s.occurrences && start + s.length <= static_cast<int64_t>(data.size())) {
@@ -323,4 +325,5 @@ bool RecordTextReader::Append(int32_t position, int32_t index, std::string& out)
   return AppendValue(s.field->Value(index), out);
 }
 
+}  // namespace internal
 }  // namespace qel

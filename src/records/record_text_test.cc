@@ -1,4 +1,4 @@
-#include "qel/records/record_text.h"
+#include "records/record_text.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include "qel/frame/decimal.h"
 #include "qel/records/qel_record.h"
 
-namespace qel {
+namespace qel::internal {
 namespace {
 
 // What Value gives, written in the reader's plain form; "!<number>" for an error.
@@ -185,4 +185,4 @@ TEST(RecordTextReader, IndexOutOfRangeRaisesValuesError) {
 }
 
 }  // namespace
-}  // namespace qel
+}  // namespace qel::internal

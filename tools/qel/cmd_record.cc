@@ -17,7 +17,7 @@
 #include "commands.h"
 #include "qel/frame/text.h"
 #include "qel/records/qel_record.h"
-#include "qel/records/record_text.h"
+#include "records/record_text.h"
 #include "record_io.h"
 
 namespace qel::cli {
@@ -179,7 +179,7 @@ class RecordWriter {
 
   std::shared_ptr<QelRecord> record_;
   Format format_;
-  RecordTextReader reader_;
+  internal::RecordTextReader reader_;
   std::vector<Column> columns_;
   std::vector<int32_t> types_;
   std::vector<JsonMember> json_;

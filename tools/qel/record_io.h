@@ -1,7 +1,7 @@
 // What the record subcommands share: the layout named on the command line, the plain text
 // forms of field values in JSON and CSV, and the columns of a layout.
 //
-// Field values travel as the plain text RecordTextReader writes (qel/records/record_text.h):
+// Field values travel as the plain text RecordTextReader writes (src/records/record_text.h):
 // texts as they stand, numbers as "-1234.5" ("." before the fraction, whatever the locale),
 // dates as "YYYY-MM-DD", RUTs dashed. In JSON numbers are JSON numbers, Null is null and the
 // rest are strings; in CSV Null is the empty field. A list is a JSON array of one object per

@@ -12,22 +12,22 @@
 // anything else (the current-time mark "*", a slot past the end of the data) goes through
 // Value.
 //
+// Library-internal: the qel tool's conversions use it; it is not part of the public interface.
 // The reader reads the fields' own record data, so it sees what the fields see; it holds the
 // collection by shared reference and must be made again after the collection's layout changes.
 // Belongs to the thread that made it.
-#ifndef QEL_RECORDS_RECORD_TEXT_H_
-#define QEL_RECORDS_RECORD_TEXT_H_
+#ifndef QEL_SRC_RECORDS_RECORD_TEXT_H_
+#define QEL_SRC_RECORDS_RECORD_TEXT_H_
 
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "qel/fields/qel_record_fields.h"
-#include "qel/frame/export.h"
 
-namespace qel {
+namespace qel::internal {
 
-class QEL_EXPORT RecordTextReader {
+class RecordTextReader {
  public:
   explicit RecordTextReader(std::shared_ptr<QelRecordFields> fields);
   ~RecordTextReader();
@@ -44,6 +44,6 @@ class QEL_EXPORT RecordTextReader {
   std::unique_ptr<Plan> plan_;
 };
 
-}  // namespace qel
+}  // namespace qel::internal
 
-#endif  // QEL_RECORDS_RECORD_TEXT_H_
+#endif  // QEL_SRC_RECORDS_RECORD_TEXT_H_
