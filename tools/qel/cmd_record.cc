@@ -302,6 +302,7 @@ int Convert(const ParsedArgs& args) {
   } else {
     CsvInput csv(record);
     ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
+      bytes += line.size() + 1;
       if (line.find_first_not_of(" \t") == std::string_view::npos) return true;
       try {
         if (from == "jsonl") {
@@ -322,7 +323,7 @@ int Convert(const ParsedArgs& args) {
         return false;
       }
       Drain(buffer, out);
-      progress.Tick(++count, 0);
+      progress.Tick(++count, bytes);
       return true;
     });
   }
