@@ -97,3 +97,18 @@ def test_records_written_by_gnucobol_read_back_field_by_field(qel, tmp_path):
             assert item["ITM_CANT"] == i * j
             assert Decimal(item["ITM_PRECIO"]) == i * Decimal("100.25") + j
             assert Decimal(item["ITM_AJUSTE"]) == j - i - Decimal("0.5")
+
+
+def test_deepest_nesting_and_many_fields_in_linear_time(qel):
+    deep = "".join(f"{' ' * (level % 20)}{level:02} G{level}.\n" for level in range(1, 49))
+    deep += "   49 HOJA PIC X.\n"
+    r = qel("layout", "import", "-", input=deep)
+    assert r.status == 0, r.err
+    assert descriptors(r.out) == ["X:1:HOJA"]
+    assert qel("layout", "import", "-", input=deep.replace("49 HOJA", "50 HOJA")).status == 1
+    many = "01 R.\n" + "".join(f" 05 F{i} PIC 9(3)V9.\n" for i in range(10000))
+    r = qel("layout", "import", "-", input=many, timeout=30)
+    assert r.status == 0, r.err
+    assert len(descriptors(r.out)) == 10000
+    r = qel("layout", "import", "-", input=many + " 05 OTRO PIC X.\n")
+    assert r.status == 1 and "<stdin>:10002: más de 10000 campos" in r.err

@@ -68,3 +68,9 @@ def test_show_of_a_missing_file(qel, tmp_path):
 @pytest.mark.parametrize("args", [["build"], ["show"], ["rehacer", "x"], ["build", "a", "b"]])
 def test_layout_usage_errors(qel, args):
     assert qel("layout", *args).status == 2
+
+
+def test_build_caps_the_number_of_fields(qel):
+    decl = "".join(f"F{i} N 3\n" for i in range(10001))
+    r = qel("layout", "build", "--name", "grande", "-", input=decl, timeout=30)
+    assert r.status == 1 and "<stdin>:10001: más de 10000 campos" in r.err
