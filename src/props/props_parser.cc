@@ -58,7 +58,8 @@ constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2
 class Parser {
  public:
   explicit Parser(TextView text, size_t* error_offset = nullptr)
-      : error_offset_(error_offset), text_(text), p_(text.data()), end_(text.data() + text.size()), typed_(ThreadLocale()) {}
+      : error_offset_(error_offset), text_(text), p_(text.data()),
+        end_(text.data() + text.size()), typed_(ThreadLocale()) {}
 
   void ParseText(QelProps* bag) {
     ParseList(bag, 0);
