@@ -112,3 +112,12 @@ def test_deepest_nesting_and_many_fields_in_linear_time(qel):
     assert len(descriptors(r.out)) == 10000
     r = qel("layout", "import", "-", input=many + " 05 OTRO PIC X.\n")
     assert r.status == 1 and "<stdin>:10002: más de 10000 campos" in r.err
+
+
+def test_a_mapped_field_of_a_length_its_type_cannot_have_is_refused(qel, tmp_path):
+    m = tmp_path / "m.map"
+    m.write_text("CLI-RUT D\n")  # PIC X(10): no date has ten characters
+    r = qel("layout", "import", "--map", m, DATA / "cliente.cpy")
+    assert r.status == 1 and r.out == ""
+    assert "cliente.cpy:2: error -2147024809" in r.err
+    assert "El descriptor de campo 'D:10:CLI_RUT' es inválido" in r.err

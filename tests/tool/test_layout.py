@@ -74,3 +74,10 @@ def test_build_caps_the_number_of_fields(qel):
     decl = "".join(f"F{i} N 3\n" for i in range(10001))
     r = qel("layout", "build", "--name", "grande", "-", input=decl, timeout=30)
     assert r.status == 1 and "<stdin>:10001: más de 10000 campos" in r.err
+
+
+def test_build_refuses_a_field_the_signature_reader_would_refuse(qel):
+    # AddField takes a date of any length; only the signature's reader knows 4, 6 or 8.
+    r = qel("layout", "build", "--name", "f", "-", input="F D 10\n")
+    assert r.status == 1 and r.out == ""
+    assert "El descriptor de campo 'D:10:F' es inválido" in r.err

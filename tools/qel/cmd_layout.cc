@@ -113,7 +113,9 @@ int Build(const ParsedArgs& args) {
     return true;
   });
   if (failed) return kExitFailed;
-  const Text signature = record.EndLayout(false);
+  // Applied, so that the signature's own reader checks what AddField leaves open (the lengths
+  // a date or a RUT may have): a text no record would accept is never written.
+  const Text signature = record.EndLayout(true);
   Output out(args.Get("o", "-"));
   out.Write(ToUtf8(signature));
   out.Write("\n");

@@ -48,7 +48,9 @@ class Reader {
       }
     }
     try {
-      return record.EndLayout(false);
+      // Applied, so that the signature's own reader checks what AddField leaves open (the
+      // lengths a date or a RUT may have).
+      return record.EndLayout(true);
     } catch (const qel::Error& e) {
       throw CopybookFieldError{file_ + ":" + std::to_string(root->line), e};
     }
