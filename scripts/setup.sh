@@ -12,6 +12,7 @@ packages=(
   python3-gi gir1.2-glib-2.0
   locales
   dpkg-dev file help2man
+  gnucobol3
 )
 
 missing=()

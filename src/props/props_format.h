@@ -41,6 +41,9 @@ Text WriteBagText(const QelProps& bag, int32_t format);
 
 // Reads bag text into `bag`, which the caller has emptied (props_parser.cc).
 void ReadBagText(TextView text, QelProps* bag);
+// The same; on a syntax error *error_offset is first set to the offset just past the token
+// the grammar did not expect (the text's length at its end), for tools that point at it.
+void ReadBagText(TextView text, QelProps* bag, size_t* error_offset);
 
 }  // namespace qel::internal
 

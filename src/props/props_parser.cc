@@ -57,8 +57,9 @@ constexpr char16_t kSyntaxTemplate[] = u"Se encontró '%1' cuando se esperaba %2
 
 class Parser {
  public:
-  explicit Parser(TextView text)
-      : text_(text), p_(text.data()), end_(text.data() + text.size()), typed_(ThreadLocale()) {}
+  explicit Parser(TextView text, size_t* error_offset = nullptr)
+      : error_offset_(error_offset), text_(text), p_(text.data()),
+        end_(text.data() + text.size()), typed_(ThreadLocale()) {}
 
   void ParseText(QelProps* bag) {
     ParseList(bag, 0);
@@ -164,6 +165,7 @@ class Parser {
 
   [[noreturn, gnu::noinline, gnu::cold]] void Expected(TextView what) const {
     const Variant found = kind_ == Kind::kNumber ? Variant(number_) : Variant(token_);
+    if (error_offset_ != nullptr) *error_offset_ = Offset(p_);
     RaiseError(E_INVALIDARG, u"QelProps.ToText", kSyntaxTemplate, {found, Variant(what)});
   }
 
@@ -272,6 +274,7 @@ class Parser {
     return joined_;
   }
 
+  size_t* error_offset_;
   TextView text_;
   const char16_t* p_;
   const char16_t* const end_;
@@ -288,5 +291,9 @@ class Parser {
 }  // namespace
 
 void ReadBagText(TextView text, QelProps* bag) { Parser(text).ParseText(bag); }
+
+void ReadBagText(TextView text, QelProps* bag, size_t* error_offset) {
+  Parser(text, error_offset).ParseText(bag);
+}
 
 }  // namespace qel::internal

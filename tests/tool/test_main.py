@@ -1,7 +1,7 @@
 def test_help_lists_every_command_and_exits_zero(qel):
     r = qel("--help")
     assert r.status == 0
-    for name in ("demo", "classes"):
+    for name in ("demo", "classes", "rut", "layout", "record", "props", "eval"):
         assert f"  {name} " in r.out
 
 

@@ -29,7 +29,8 @@ std::string Grouped(uint64_t n) {
 
 }  // namespace
 
-int ReportError(const qel::Error& e) {
+// "error 13 (QelRecord.SetValue): Tipo no coincide", the description on one line.
+std::string Describe(const qel::Error& e) {
   std::string number = std::to_string(e.Number());
   if (e.Number() < 0) {
     char hex[16];
@@ -38,14 +39,107 @@ int ReportError(const qel::Error& e) {
   }
   std::string text = e.what();
   for (size_t p; (p = text.find("\r\n")) != std::string::npos;) text.replace(p, 2, " / ");
-  std::fprintf(stderr, "qel: error %s (%s): %s\n", number.c_str(),
-               qel::ToUtf8(e.Source()).c_str(), text.c_str());
+  return "error " + number + " (" + qel::ToUtf8(e.Source()) + "): " + text;
+}
+
+int ReportError(const qel::Error& e) {
+  std::fprintf(stderr, "qel: %s\n", Describe(e).c_str());
+  return kExitFailed;
+}
+
+int ReportError(const qel::Error& e, std::string_view where) {
+  std::fprintf(stderr, "qel: %.*s: %s\n", static_cast<int>(where.size()), where.data(),
+               Describe(e).c_str());
   return kExitFailed;
 }
 
 int ReportFailure(std::string_view text) {
   std::fprintf(stderr, "qel: %.*s\n", static_cast<int>(text.size()), text.data());
   return kExitFailed;
+}
+
+bool ParsedArgs::Has(std::string_view name) const {
+  for (const auto& [n, v] : options) {
+    if (n == name) return true;
+  }
+  return false;
+}
+
+std::string ParsedArgs::Get(std::string_view name, std::string_view fallback) const {
+  std::string value(fallback);
+  for (const auto& [n, v] : options) {
+    if (n == name) value = v;
+  }
+  return value;
+}
+
+ParsedArgs ParseArgs(std::span<char* const> args, std::initializer_list<std::string_view> with_value,
+                     std::initializer_list<std::string_view> flags) {
+  ParsedArgs parsed;
+  bool options_done = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string_view a = args[i];
+    const bool short_option = !options_done && a.size() == 2 && a[0] == '-' && a[1] != '-';
+    if (short_option) {  // "-o VALUE" or "-x" for the one-letter names listed
+      const std::string name(a.substr(1));
+      bool known = false;
+      for (std::string_view n : with_value) known = known || n == name;
+      if (known) {
+        if (i + 1 >= args.size()) throw UsageError("falta el valor de -" + name);
+        parsed.options.emplace_back(name, args[++i]);
+        continue;
+      }
+      for (std::string_view n : flags) known = known || n == name;
+      if (!known) throw UsageError("opción desconocida: " + std::string(a));
+      parsed.options.emplace_back(name, std::string());
+      continue;
+    }
+    if (options_done || a.size() < 2 || a.substr(0, 2) != "--") {
+      parsed.operands.emplace_back(a);
+      continue;
+    }
+    if (a == "--") {
+      options_done = true;
+      continue;
+    }
+    const size_t eq = a.find('=');
+    const std::string name(a.substr(2, eq == std::string_view::npos ? a.npos : eq - 2));
+    auto listed = [&](std::initializer_list<std::string_view> list) {
+      for (std::string_view n : list) {
+        if (n == name) return true;
+      }
+      return false;
+    };
+    if (listed(with_value)) {
+      if (eq != std::string_view::npos) {
+        parsed.options.emplace_back(name, std::string(a.substr(eq + 1)));
+      } else if (i + 1 < args.size()) {
+        parsed.options.emplace_back(name, args[++i]);
+      } else {
+        throw UsageError("falta el valor de --" + name);
+      }
+    } else if (listed(flags) && eq == std::string_view::npos) {
+      parsed.options.emplace_back(name, std::string());
+    } else {
+      throw UsageError("opción desconocida: " + std::string(a));
+    }
+  }
+  return parsed;
+}
+
+std::string OneOf(const ParsedArgs& args, std::string_view name, std::string_view fallback,
+                  std::initializer_list<std::string_view> allowed) {
+  const std::string value = args.Get(name, fallback);
+  std::string list;
+  for (std::string_view a : allowed) {
+    if (a == value) return value;
+    list += (list.empty() ? "" : "|") + std::string(a);
+  }
+  throw UsageError("--" + std::string(name) + " debe ser " + list + ", no '" + value + "'");
+}
+
+std::string Where(const std::string& file, uint64_t line) {
+  return (file == "-" ? std::string("<stdin>") : file) + ":" + std::to_string(line);
 }
 
 bool WantsHelp(std::span<char* const> args) {
@@ -77,6 +171,71 @@ bool ForEachLine(std::span<const std::string> files,
     }
   }
   return true;
+}
+
+bool ForEachRawLine(std::span<const std::string> files,
+                    const std::function<bool(std::string_view, const std::string&, uint64_t)>& fn,
+                    uint64_t* bytes_done) {
+  static const std::string kStdin = "-";
+  std::span<const std::string> names = files.empty() ? std::span(&kStdin, 1) : files;
+  constexpr size_t kBlock = size_t{1} << 20;
+  // [0, kept) holds the unfinished line of the previous block; a line longer than a block
+  // grows the buffer.
+  std::vector<char> buffer(2 * kBlock);
+  for (const std::string& name : names) {
+    std::FILE* in = stdin;
+    if (name != "-") {
+      in = std::fopen(name.c_str(), "rb");
+      if (in == nullptr) throw std::runtime_error(name + ": " + std::strerror(errno));
+    }
+    struct Closer {
+      std::FILE* f;
+      ~Closer() {
+        if (f != stdin) std::fclose(f);
+      }
+    } closer{in};
+    size_t kept = 0;
+    uint64_t number = 0;
+    auto deliver = [&](const char* begin, const char* end) {
+      std::string_view line(begin, static_cast<size_t>(end - begin));
+      if (bytes_done != nullptr) *bytes_done += line.size() + 1;
+      if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+      return fn(line, name, ++number);
+    };
+    for (;;) {
+      if (buffer.size() - kept < kBlock) buffer.resize(kept + kBlock);
+      const size_t got = std::fread(buffer.data() + kept, 1, buffer.size() - kept, in);
+      if (got == 0) {
+        if (std::ferror(in)) throw std::runtime_error(name + ": " + std::strerror(errno));
+        break;
+      }
+      const char* const base = buffer.data();
+      const char* const end = base + kept + got;
+      const char* line = base;
+      for (const char* p = base + kept;
+           (p = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)))) != nullptr;
+           line = ++p) {
+        if (!deliver(line, p)) return false;
+      }
+      kept = static_cast<size_t>(end - line);
+      std::memmove(buffer.data(), line, kept);
+    }
+    if (kept > 0) {  // a last line without its line end
+      if (bytes_done != nullptr) --*bytes_done;  // deliver counts a line end it lacks
+      if (!deliver(buffer.data(), buffer.data() + kept)) return false;
+    }
+  }
+  return true;
+}
+
+uint64_t TotalSize(std::span<const std::string> files) {
+  uint64_t total = 0;
+  for (const std::string& name : files) {
+    struct stat st;
+    if (name == "-" || stat(name.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return 0;
+    total += static_cast<uint64_t>(st.st_size);
+  }
+  return total;
 }
 
 std::string ReadAll(const std::string& file) {

@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <initializer_list>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qel/frame/error.h"
@@ -36,19 +38,58 @@ struct Command {
   int (*run)(std::span<char* const> args);
 };
 
+// "error 13 (QelRecord.SetValue): Tipo no coincide": number (and its hexadecimal form when
+// negative), source and description, the description's line breaks shown as " / ".
+std::string Describe(const qel::Error& e);
 // "qel: error 13 (QelRecord.SetValue): Tipo no coincide" on stderr; returns kExitFailed.
 int ReportError(const qel::Error& e);
 // "qel: TEXT" on stderr; returns kExitFailed.
 int ReportFailure(std::string_view text);
 
+// "qel: WHERE: error 13 (...): ..." on stderr, for an error met at a place of the input
+// ("datos.txt:12"); returns kExitFailed.
+int ReportError(const qel::Error& e, std::string_view where);
+
 // True when args holds "-h" or "--help".
 bool WantsHelp(std::span<char* const> args);
+
+// A command line split into options and operands. Options are "--name VALUE", "--name=VALUE"
+// or a bare "--name" flag, and "-x VALUE" or "-x" for one-letter names; "--" ends the options;
+// "-" is an operand (stdin).
+struct ParsedArgs {
+  std::vector<std::pair<std::string, std::string>> options;  // name without "--", value
+  std::vector<std::string> operands;
+
+  bool Has(std::string_view name) const;
+  // The value of the last occurrence of an option, or `fallback`.
+  std::string Get(std::string_view name, std::string_view fallback = {}) const;
+};
+// Throws UsageError for an option outside `with_value` and `flags`, or one of `with_value`
+// without its value.
+ParsedArgs ParseArgs(std::span<char* const> args, std::initializer_list<std::string_view> with_value,
+                     std::initializer_list<std::string_view> flags = {});
+// `value` when it is one of `allowed`, else UsageError naming the option.
+std::string OneOf(const ParsedArgs& args, std::string_view name, std::string_view fallback,
+                  std::initializer_list<std::string_view> allowed);
+
+// "datos.txt:12" ("<stdin>:12" for "-").
+std::string Where(const std::string& file, uint64_t line);
 
 // Calls fn for each line of each named file ("-" or no files: stdin), without its line end
 // ("\n" or "\r\n"). Lines must be valid UTF-8: a line that is not fails with a message naming
 // the file and line. Returns false when fn returned false (stop early).
 bool ForEachLine(std::span<const std::string> files,
                  const std::function<bool(std::string_view line, const std::string& where)>& fn);
+// Calls fn for each line of each named file ("-" or no files: stdin) as raw bytes without its
+// line end ("\n" or "\r\n"), with the file's name and the line's number; no check of the
+// encoding, for files of fixed-width records. Reads in large blocks. `bytes_done`, when given,
+// counts the bytes consumed so far (for a Progress). Returns false when fn returned false.
+bool ForEachRawLine(std::span<const std::string> files,
+                    const std::function<bool(std::string_view line, const std::string& file,
+                                             uint64_t number)>& fn,
+                    uint64_t* bytes_done = nullptr);
+// The summed sizes of the named regular files; 0 when one is stdin or its size is unknown.
+uint64_t TotalSize(std::span<const std::string> files);
 // The whole content of a file ("-": stdin).
 std::string ReadAll(const std::string& file);
 

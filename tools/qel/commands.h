@@ -8,6 +8,11 @@ namespace qel::cli {
 
 int RunDemo(std::span<char* const> args);
 int RunClasses(std::span<char* const> args);
+int RunRut(std::span<char* const> args);
+int RunLayout(std::span<char* const> args);
+int RunRecord(std::span<char* const> args);
+int RunProps(std::span<char* const> args);
+int RunEval(std::span<char* const> args);
 
 }  // namespace qel::cli
 

@@ -17,6 +17,11 @@ using qel::cli::Command;
 constexpr Command kCommands[] = {
     {"demo", "una transacción típica con un host simulado", qel::cli::RunDemo},
     {"classes", "lista las clases creables", qel::cli::RunClasses},
+    {"rut", "valida, formatea o revisa RUT", qel::cli::RunRut},
+    {"layout", "construye, muestra o importa layouts (firmas)", qel::cli::RunLayout},
+    {"record", "decodifica, codifica y convierte registros", qel::cli::RunRecord},
+    {"props", "convierte y revisa textos de bolsas de propiedades", qel::cli::RunProps},
+    {"eval", "evalúa una fórmula sobre un registro", qel::cli::RunEval},
 };
 
 void PrintHelp(std::FILE* out) {

@@ -1,0 +1,43 @@
+      * Registro de cliente del benchmark: 40 campos, lista de 10.
+       01  CLIENTE.
+           05  CLI-NOMBRE            PIC X(30).
+           05  CLI-DIRECCION         PIC X(30).
+           05  CLI-COMUNA            PIC X(20).
+           05  CLI-CIUDAD            PIC X(20).
+           05  CLI-GIRO              PIC X(20).
+           05  CLI-EMAIL             PIC X(25).
+           05  CLI-FONO              PIC X(12).
+           05  CLI-CONTACTO          PIC X(25).
+           05  CLI-OBS               PIC X(20).
+           05  CLI-VENDEDOR          PIC X(15).
+           05  CLI-SUCURSAL          PIC X(10).
+           05  CLI-CANAL             PIC X(10).
+           05  CLI-CODIGO            PIC A(6).
+           05  CLI-CLASE             PIC A(2).
+           05  CLI-ZONA              PIC A(4).
+           05  CLI-ESTADO            PIC A(1).
+           05  CLI-NUMERO            PIC 9(8).
+           05  CLI-LINEA             PIC 9(3).
+           05  CLI-CUPO              PIC 9(11)V99.
+           05  CLI-USADO             PIC 9(11)V99.
+           05  CLI-DISPONIBLE        PIC 9(11)V99.
+           05  CLI-TASA              PIC 9(3)V9(4).
+           05  CLI-PLAZO             PIC 9(3).
+           05  CLI-CUOTAS            PIC 9(2).
+           05  CLI-MONTO             PIC 9(9)V99.
+           05  CLI-PAGADO            PIC 9(9)V99.
+           05  CLI-SALDO             PIC S9(11)V99.
+           05  CLI-MORA              PIC S9(7)V99.
+           05  CLI-AJUSTE            PIC S9(5)V99.
+           05  CLI-DIFERENCIA        PIC S9(9)V99.
+           05  CLI-INTERES           PIC S9(7)V9(4).
+           05  CLI-ALTA              PIC 9(8).
+           05  CLI-ULTIMA            PIC 9(8).
+           05  CLI-VENCE             PIC 9(8).
+           05  CLI-RUT               PIC X(10).
+           05  CLI-RUT-REP           PIC X(10).
+           05  CLI-ITEMS             OCCURS 10 TIMES.
+               10  ITM-ART           PIC X(6).
+               10  ITM-CANT          PIC 9(4).
+               10  ITM-PRECIO        PIC 9(7)V99.
+               10  ITM-DESC          PIC S9(3)V9.
