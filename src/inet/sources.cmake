@@ -11,3 +11,5 @@ list(APPEND QEL_TESTS
   src/inet/url_parts_test.cc)
 set_source_files_properties(src/inet/user_agent.cc PROPERTIES
   COMPILE_DEFINITIONS QEL_VERSION_TEXT="${PROJECT_VERSION}")
+set_source_files_properties(src/inet/http_test.cc PROPERTIES
+  COMPILE_DEFINITIONS QEL_TEST_SERVER="${PROJECT_SOURCE_DIR}/tests/inet/http_server.py")
