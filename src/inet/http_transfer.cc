@@ -40,22 +40,9 @@ struct Progress {
 
 size_t OnHeader(char* data, size_t size, size_t count, void* user) {
   auto* p = static_cast<Progress*>(user);
-  HttpReply& r = *p->reply;
   const size_t n = size * count;
   p->last_activity = Clock::now();
-  const std::string_view line(data, n);
-  // Each reply (interim, redirect, final) starts with its status line; only the last counts.
-  if (line.starts_with("HTTP/")) {
-    r.header_block.clear();
-    r.header_overflow = false;
-    r.headers_complete = false;
-  }
-  if (line == "\r\n" || line == "\n") r.headers_complete = true;
-  if (!r.header_overflow) {
-    const size_t room = kMaxHeaderBlockChars + 1 - r.header_block.size();
-    r.header_block.append(line.substr(0, room));
-    r.header_overflow = r.header_block.size() > kMaxHeaderBlockChars;
-  }
+  p->reply->headers.AddLine(std::string_view(data, n));
   return n;
 }
 
@@ -68,7 +55,7 @@ size_t OnBody(char* data, size_t size, size_t count, void* user) {
     // The headers are final once the body starts: a reply the caller refuses is not read.
     long status = 0;
     curl_easy_getinfo(p->easy, CURLINFO_RESPONSE_CODE, &status);
-    if (r.header_overflow || !IsAcceptedStatus(status)) {
+    if (r.headers.overflow() || !IsAcceptedStatus(status)) {
       r.stopped_at_headers = true;
       return CURL_WRITEFUNC_ERROR;
     }

@@ -15,11 +15,9 @@
 #include <string>
 #include <vector>
 
-namespace qel::internal {
+#include "inet/reply_headers.h"
 
-// The reply header block the caller can take, kept as a limit: it fits when it is shorter
-// than the platform's buffer of 1024 characters (room for the terminator).
-inline constexpr size_t kMaxHeaderBlockChars = 1023;
+namespace qel::internal {
 
 struct HttpRequest {
   std::string url;  // absolute http or https URL, as bytes
@@ -37,10 +35,8 @@ struct HttpReply {
   int curl_code = 0;        // the CURLcode of the transfer
   long verify_result = 0;   // peer verification result, for TLS failures
   bool timed_out = false;   // stopped by the receive time-out
-  bool headers_complete = false;  // the final reply's header block arrived whole
   long status = 0;
-  std::string header_block;  // the final reply's, up to kMaxHeaderBlockChars + 1 characters
-  bool header_overflow = false;
+  ReplyHeaderBlock headers;  // the final reply's
   bool stopped_at_headers = false;  // the body was refused: status outside 200..205 or
                                     // header block over its limit
   bool body_overflow = false;
@@ -50,9 +46,6 @@ struct HttpReply {
 // Sends `request` and collects the reply. Never throws for network failures: they are in
 // the reply. Throws std::bad_alloc only.
 HttpReply PerformHttp(const HttpRequest& request);
-
-// True for the statuses the caller accepts (200..205).
-constexpr bool IsAcceptedStatus(long status) { return status >= 200 && status <= 205; }
 
 }  // namespace qel::internal
 

@@ -7,6 +7,7 @@
 #include "inet/gzip_inflate.h"
 #include "inet/http_transfer.h"
 #include "inet/inet_error.h"
+#include "inet/reply_headers.h"
 #include "inet/url_parts.h"
 #include "inet/user_agent.h"
 #include "qel/frame/convert.h"
@@ -156,19 +157,9 @@ Variant QelInet::Request(const char* verb, TextView url, TextView post_data, Tex
     // A failure before the final reply's headers is the send's; one after them is the
     // read's, reported once the headers have been taken.
     const bool redirect_failed = reply.status >= 300 && reply.status < 400 && code != 0;
-    if (!reply.headers_complete || redirect_failed) RaiseInetError(u"HttpSendRequest", code);
+    if (!reply.headers.complete() || redirect_failed) RaiseInetError(u"HttpSendRequest", code);
 
-    Chaining(u"QelInet.RetrieveHeaders:", [&] {
-      if (reply.header_overflow) {
-        RaiseInetError(u"HttpQueryInfo", internal::kErrorInsufficientBuffer);
-      }
-      headers_->LoadFromHttp(FromAnsi(reply.header_block));
-      const int32_t status = CLng(headers_->Value(u"HTTP_STATUS", 0));
-      if (!internal::IsAcceptedStatus(status)) {
-        RaiseError(static_cast<int32_t>(0x80040000u + static_cast<uint32_t>(status)), host_,
-                   u"HTTP %1 - %2", {Variant(status), headers_->Value(u"HTTP_MESSAGE", u"")});
-      }
-    });
+    internal::RetrieveHeaders(reply.headers, host_, *headers_);
     if (code != 0 && !reply.stopped_at_headers) RaiseInetError(u"InternetReadFile", code);
 
     if (reply.body.empty()) return Variant::Null();
