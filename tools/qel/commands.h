@@ -8,6 +8,8 @@ namespace qel::cli {
 
 int RunDemo(std::span<char* const> args);
 int RunClasses(std::span<char* const> args);
+int RunUrl(std::span<char* const> args);
+int RunHttp(std::span<char* const> args);
 
 }  // namespace qel::cli
 

@@ -17,6 +17,8 @@ using qel::cli::Command;
 constexpr Command kCommands[] = {
     {"demo", "una transacción típica con un host simulado", qel::cli::RunDemo},
     {"classes", "lista las clases creables", qel::cli::RunClasses},
+    {"url", "separa y combina URL", qel::cli::RunUrl},
+    {"http", "pide una URL por HTTP o HTTPS (get, post)", qel::cli::RunHttp},
 };
 
 void PrintHelp(std::FILE* out) {
