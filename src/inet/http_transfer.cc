@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 
 namespace qel::internal {
@@ -64,7 +65,13 @@ size_t OnBody(char* data, size_t size, size_t count, void* user) {
     r.body_overflow = true;
     return CURL_WRITEFUNC_ERROR;
   }
-  r.body.insert(r.body.end(), data, data + n);
+  // No exception may cross libcurl's C frames.
+  try {
+    r.body.insert(r.body.end(), data, data + n);
+  } catch (const std::bad_alloc&) {
+    r.body_overflow = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
   return n;
 }
 
@@ -78,14 +85,20 @@ int OnProgress(void* user, curl_off_t, curl_off_t dlnow, curl_off_t, curl_off_t 
   return 0;
 }
 
+// The multi handle only drives one transfer at a time; it is kept per thread because making
+// one costs a socket pair and a few allocations. Nothing of a transfer stays in it: the
+// connection is closed at the end (CURLOPT_FORBID_REUSE) and names are not cached.
+thread_local std::unique_ptr<CURLM, MultiDeleter> t_multi;
+
 }  // namespace
 
 HttpReply PerformHttp(const HttpRequest& request) {
   GlobalInit();
   HttpReply reply;
   std::unique_ptr<CURL, EasyDeleter> easy(curl_easy_init());
-  std::unique_ptr<CURLM, MultiDeleter> multi(curl_multi_init());
-  if (!easy || !multi) {
+  if (!t_multi) t_multi.reset(curl_multi_init());
+  CURLM* const multi = t_multi.get();
+  if (!easy || multi == nullptr) {
     reply.curl_code = CURLE_OUT_OF_MEMORY;
     return reply;
   }
@@ -109,6 +122,8 @@ HttpReply PerformHttp(const HttpRequest& request) {
   curl_easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(h, CURLOPT_MAXREDIRS, 20L);
   curl_easy_setopt(h, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(h, CURLOPT_FORBID_REUSE, 1L);
+  curl_easy_setopt(h, CURLOPT_DNS_CACHE_TIMEOUT, 0L);
   curl_easy_setopt(h, CURLOPT_USERAGENT, request.user_agent.c_str());
   curl_easy_setopt(h, CURLOPT_HTTPHEADER, headers.get());
   if (!request.user.empty()) {
@@ -138,14 +153,20 @@ HttpReply PerformHttp(const HttpRequest& request) {
   curl_easy_setopt(h, CURLOPT_XFERINFODATA, &progress);
   curl_easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
 
-  if (curl_multi_add_handle(multi.get(), h) != CURLM_OK) {
+  if (curl_multi_add_handle(multi, h) != CURLM_OK) {
     reply.curl_code = CURLE_OUT_OF_MEMORY;
     return reply;
   }
+  // The shared multi handle must not keep a handle that is about to go.
+  struct Detach {
+    CURLM* multi;
+    CURL* easy;
+    ~Detach() { curl_multi_remove_handle(multi, easy); }
+  } detach{multi, h};
   const auto limit = std::chrono::milliseconds(request.timeout_ms);
   int running = 1;
   while (running > 0) {
-    if (curl_multi_perform(multi.get(), &running) != CURLM_OK) break;
+    if (curl_multi_perform(multi, &running) != CURLM_OK) break;
     if (running == 0) break;
     int wait_ms = 1000;
     if (request.timeout_ms > 0) {
@@ -157,7 +178,7 @@ HttpReply PerformHttp(const HttpRequest& request) {
       wait_ms = static_cast<int>(
           std::chrono::ceil<std::chrono::milliseconds>(limit - idle).count());
     }
-    if (curl_multi_poll(multi.get(), nullptr, 0, wait_ms, nullptr) != CURLM_OK) break;
+    if (curl_multi_poll(multi, nullptr, 0, wait_ms, nullptr) != CURLM_OK) break;
   }
 
   if (reply.timed_out) {
@@ -165,13 +186,12 @@ HttpReply PerformHttp(const HttpRequest& request) {
   } else {
     reply.curl_code = CURLE_RECV_ERROR;  // unless libcurl reports how the transfer ended
     int queued = 0;
-    while (CURLMsg* msg = curl_multi_info_read(multi.get(), &queued)) {
+    while (CURLMsg* msg = curl_multi_info_read(multi, &queued)) {
       if (msg->msg == CURLMSG_DONE && msg->easy_handle == h) reply.curl_code = msg->data.result;
     }
   }
   curl_easy_getinfo(h, CURLINFO_RESPONSE_CODE, &reply.status);
   curl_easy_getinfo(h, CURLINFO_SSL_VERIFYRESULT, &reply.verify_result);
-  curl_multi_remove_handle(multi.get(), h);
   return reply;
 }
 

@@ -1,7 +1,7 @@
 // One HTTP exchange on libcurl: the plumbing under QelInet.HttpGet and HttpPost.
 //
-// Each call makes its own easy handle (and the multi handle that drives it), so no connection,
-// cookie or cache outlives it; both are released on every path. The transfer is driven by
+// Each call makes its own easy handle, so no connection, cookie or cache outlives it; the
+// handle is released on every path. The transfer is driven by
 // curl_multi_poll rather than curl_easy_perform so that the receive time-out is exact: the
 // loop itself measures the time since the last sign of life (a header line, body bytes,
 // upload progress) and never waits past the limit. libcurl's low-speed limit counts whole
