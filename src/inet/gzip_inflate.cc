@@ -43,7 +43,9 @@ int32_t GzipInflate(std::span<const uint8_t> in, size_t max_out, std::vector<uin
   Inflater inflater;
   if (!inflater.ok()) return kErrorNotEnoughMemory;
   z_stream& z = inflater.z();
-  size_t capacity = std::min(std::max(AnnouncedSize(in), in.size() * 4), max_out);
+  // One byte more than announced, so that zlib can read the trailer in the same call instead
+  // of stopping on a full buffer (which would double it for nothing).
+  size_t capacity = std::min(std::max(AnnouncedSize(in) + 1, in.size() * 4), max_out);
   capacity = std::max<size_t>(capacity, 64);
   out.resize(capacity);
   size_t produced = 0;

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "frame/testing.h"
+#include "inet/http_transfer.h"
 #include "inet/test_server.h"
 #include "inet/user_agent.h"
 #include "qel/frame/convert.h"
@@ -239,6 +240,20 @@ TEST_F(InetHttp, HttpsVerifiedAgainstTheTrustStore) {
   setenv("SSL_CERT_FILE", server_->ca_file().c_str(), 1);
   EXPECT_TRUE(e.Number() == 12045 || e.Number() == 12157) << Describe(e);
   EXPECT_EQ(e.Source(), u"HttpSendRequest");
+}
+
+// A body stops at its limit however much the server sends (the library's limit is
+// QelInet::kMaxBodyBytes; the transfer takes any).
+TEST_F(InetHttp, BodyStopsAtItsLimit) {
+  internal::HttpRequest request;
+  request.url = server_->Http("/steady?chunks=20&size=1000&ms=0");
+  request.max_body = 5000;
+  const internal::HttpReply reply = internal::PerformHttp(request);
+  EXPECT_TRUE(reply.body_overflow);
+  EXPECT_LE(reply.body.size(), 5000u);
+  EXPECT_NE(reply.curl_code, 0);
+  request.max_body = 20000;
+  EXPECT_EQ(internal::PerformHttp(request).body.size(), 20000u);
 }
 
 int OpenDescriptors() {
