@@ -1,6 +1,7 @@
 #include "qel/inet/qel_inet.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

@@ -19,7 +19,9 @@
 // LC_ALL, LC_MESSAGES and LANG). Proxies come from the usual environment variables
 // (http_proxy, https_proxy, no_proxy); TLS peers are verified against the system's trust
 // store, or against the file named by SSL_CERT_FILE when that variable is set. Only http and
-// https are requested; a port above 32767 is refused with 6 before anything is sent.
+// https are requested; a port above 32767 is refused with 6 before anything is sent. A user
+// name in the URL is sent with its password by Basic authentication; no challenge is
+// answered.
 //
 // TimeoutMS > 0 bounds every single wait for the server (connecting, for the reply, for each
 // further piece of the body): a reply that keeps arriving may take as long as it needs, one
