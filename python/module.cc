@@ -97,7 +97,10 @@ Classes DeclareClasses(py::module_& m) {
           m, "QelInet",
           "The internet client: splits and joins URLs (SplitURL, CombineURL) and sends HTTP "
           "and HTTPS GET and POST requests (HttpGet, HttpPost), leaving the reply's headers "
-          "in Headers."),
+          "in Headers.\n\n"
+          "Events (obj.Connect(name, handler)):\n"
+          "  Progress(BytesReceived, BytesTotal): while a body arrives; BytesTotal is the "
+          "announced length, 0 when none. A handler that raises stops the request."),
   };
 }
 

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "frame/testing.h"
@@ -254,6 +255,31 @@ TEST_F(InetHttp, BodyStopsAtItsLimit) {
   EXPECT_NE(reply.curl_code, 0);
   request.max_body = 20000;
   EXPECT_EQ(internal::PerformHttp(request).body.size(), 20000u);
+}
+
+TEST_F(InetHttp, ProgressReportsTheBodyAndCanStopIt) {
+  QelInet inet;
+  int32_t calls = 0, last = 0, total = -1;
+  bool growing = true;
+  inet.ProgressEvent.Connect([&](int32_t received, int32_t announced) {
+    growing = growing && received > last;
+    ++calls;
+    last = received;
+    total = announced;
+  });
+  EXPECT_EQ(Body(inet.HttpGet(Url("/steady?chunks=5&size=1000&ms=20"))).size(), 5000u);
+  EXPECT_GE(calls, 2);
+  EXPECT_TRUE(growing);
+  EXPECT_EQ(last, 5000);
+  EXPECT_EQ(total, 5000);
+
+  // A handler's error stops the request and leaves it wrapped; so does it by name.
+  inet.ConnectEvent(u"Progress", [](std::span<Variant> args) {
+    if (CLng(args[0]) >= 2000) RaiseError(E_FAIL, u"Cliente", u"basta");
+  });
+  EXPECT_EQ(ErrorOfGet(inet, "/steady?chunks=5&size=1000&ms=20"),
+            "-2147467259|Cliente|No se pudo navegar a la URL:\r\n<url>\r\nbasta");
+  EXPECT_LT(last, 5000);
 }
 
 int OpenDescriptors() {

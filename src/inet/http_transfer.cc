@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -37,6 +39,8 @@ struct Progress {
   Clock::time_point last_activity;
   curl_off_t last_down = 0;
   curl_off_t last_up = 0;
+  const std::function<void(int64_t, int64_t)>* on_progress;
+  std::exception_ptr failure;  // thrown by on_progress, rethrown once libcurl has returned
 };
 
 size_t OnHeader(char* data, size_t size, size_t count, void* user) {
@@ -75,12 +79,21 @@ size_t OnBody(char* data, size_t size, size_t count, void* user) {
   return n;
 }
 
-int OnProgress(void* user, curl_off_t, curl_off_t dlnow, curl_off_t, curl_off_t ulnow) {
+int OnProgress(void* user, curl_off_t dltotal, curl_off_t dlnow, curl_off_t, curl_off_t ulnow) {
   auto* p = static_cast<Progress*>(user);
-  if (dlnow != p->last_down || ulnow != p->last_up) {
-    p->last_down = dlnow;
-    p->last_up = ulnow;
-    p->last_activity = Clock::now();
+  if (dlnow == p->last_down && ulnow == p->last_up) return 0;
+  const bool received = dlnow != p->last_down;
+  p->last_down = dlnow;
+  p->last_up = ulnow;
+  p->last_activity = Clock::now();
+  if (received && *p->on_progress) {
+    // No exception may cross libcurl's C frames: keep it, stop the transfer.
+    try {
+      (*p->on_progress)(dlnow, dltotal);
+    } catch (...) {
+      p->failure = std::current_exception();
+      return 1;
+    }
   }
   return 0;
 }
@@ -103,7 +116,7 @@ HttpReply PerformHttp(const HttpRequest& request) {
     return reply;
   }
   CURL* h = easy.get();
-  Progress progress{&reply, h, request.max_body, Clock::now()};
+  Progress progress{&reply, h, request.max_body, Clock::now(), 0, 0, &request.on_progress, {}};
 
   std::unique_ptr<curl_slist, ListDeleter> headers;
   for (const std::string& line : request.header_lines) {
@@ -192,6 +205,7 @@ HttpReply PerformHttp(const HttpRequest& request) {
   }
   curl_easy_getinfo(h, CURLINFO_RESPONSE_CODE, &reply.status);
   curl_easy_getinfo(h, CURLINFO_SSL_VERIFYRESULT, &reply.verify_result);
+  if (progress.failure) std::rethrow_exception(progress.failure);
   return reply;
 }
 

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ struct HttpRequest {
   std::string password;
   int32_t timeout_ms = 0;  // > 0: the longest wait for a sign of life
   size_t max_body = 0;     // the body is cut short with body_overflow past this
+  // Called as body bytes arrive: (received, announced total or 0). What it throws stops the
+  // transfer and leaves PerformHttp.
+  std::function<void(int64_t, int64_t)> on_progress;
 };
 
 struct HttpReply {
@@ -44,7 +48,7 @@ struct HttpReply {
 };
 
 // Sends `request` and collects the reply. Never throws for network failures: they are in
-// the reply. Throws std::bad_alloc only.
+// the reply. Throws std::bad_alloc, and what on_progress throws.
 HttpReply PerformHttp(const HttpRequest& request);
 
 }  // namespace qel::internal

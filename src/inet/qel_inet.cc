@@ -1,5 +1,6 @@
 #include "qel/inet/qel_inet.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -141,6 +142,13 @@ Variant QelInet::Request(const char* verb, TextView url, TextView post_data, Tex
     request.timeout_ms = timeout_ms;
     request.max_body = kMaxBodyBytes;
     request.post_data = ToAnsi(post_data);
+    if (!ProgressEvent.empty()) {
+      request.on_progress = [this](int64_t received, int64_t total) {
+        constexpr int64_t kMax = 2147483647;
+        ProgressEvent.Raise(static_cast<int32_t>(std::min(received, kMax)),
+                            static_cast<int32_t>(std::clamp<int64_t>(total, 0, kMax)));
+      };
+    }
     // Each addition goes in front of what is there: the language, the encodings, then the
     // caller's lines.
     if (!accept_language_.empty()) request.header_lines.push_back(accept_language_);
@@ -178,5 +186,15 @@ Variant QelInet::Request(const char* verb, TextView url, TextView post_data, Tex
     RaiseReplacing(e, e.Source(), u"No se pudo navegar a la URL:%n%1%n%2", {Variant(Text(url))});
   }
 }
+
+uint64_t QelInet::ConnectEvent(TextView name, GenericHandler handler) {
+  if (!EqualsNoCase(name, u"Progress")) return Object::ConnectEvent(name, std::move(handler));
+  return ProgressEvent.Connect([handler = std::move(handler)](int32_t received, int32_t total) {
+    Variant args[] = {Variant(received), Variant(total)};
+    handler(args);
+  });
+}
+
+bool QelInet::DisconnectEvent(uint64_t handle) { return ProgressEvent.Disconnect(handle); }
 
 }  // namespace qel

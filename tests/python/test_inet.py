@@ -69,6 +69,14 @@ def test_requests(server):
     assert (e.value.Number, e.value.Source) == (12002, "InternetReadFile")
 
 
+def test_progress_event(server):
+    inet = qelstd.QelInet()
+    seen = []
+    inet.Connect("Progress", lambda received, total: seen.append((received, total)))
+    assert len(inet.HttpGet(server["http"] + "/steady?chunks=4&size=1000&ms=20")) == 4000
+    assert seen[-1] == (4000, 4000) and len(seen) >= 2
+
+
 def test_requests_release_the_gil(server):
     inet = qelstd.QelInet()
     done = []

@@ -2,6 +2,7 @@
 import gzip
 import os
 import pathlib
+import shutil
 import subprocess
 
 import pytest
@@ -57,3 +58,16 @@ def test_http_post_and_failures(qel, server, tmp_path):
     assert r.status == 1 and "12002" in r.err
     assert qel("http", "get", "x", "--timeout", "ab").status == 2
     assert qel("http", "post", "x").status == 2
+
+
+@pytest.mark.skipif(shutil.which("script") is None, reason="needs script(1) for a terminal")
+def test_progress_line_only_on_a_terminal(qel, server, tmp_path):
+    url = server["http"] + "/steady?chunks=15&size=100000&ms=10"
+    target = tmp_path / "b.bin"
+    plain = qel("http", "get", url, "--output", target, env=server["env"])
+    assert plain.status == 0 and "MB de" not in plain.err
+    command = "%s http get '%s' --output %s" % (os.environ["QEL_TOOL"], url, target)
+    run = subprocess.run(["script", "-qec", command, "/dev/null"], capture_output=True,
+                         env=dict(os.environ, **server["env"]), timeout=60)
+    assert run.returncode == 0 and b"MB de 1,4 MB" in run.stdout
+    assert target.stat().st_size == 1500000

@@ -1,5 +1,8 @@
 // qel http get URL [options]        GET: the reply's headers as a bag, the body as bytes
 // qel http post URL DATA [options]  POST DATA as form data, likewise
+#include <unistd.h>
+
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +27,39 @@ constexpr char kUsage[] =
     "Los encabezados de la respuesta se muestran como bolsa de propiedades: en la salida\n"
     "estándar cuando el cuerpo va a un archivo, si no en la salida de errores. El cuerpo se\n"
     "escribe tal como llega (descomprimido si vino en gzip); un archivo se escribe entero o\n"
-    "no se escribe.\n";
+    "no se escribe. Mientras llega un cuerpo de más de 1 MB, una línea de avance en la\n"
+    "salida de errores, si es una terminal.\n";
+
+// "\r3,5 MB de 10,0 MB" on stderr while a body over 1 MB arrives, when stderr is a terminal;
+// at most four times a second.
+class BodyProgress {
+ public:
+  BodyProgress() : enabled_(isatty(2) != 0) {}
+  ~BodyProgress() {
+    if (shown_) std::fputc('\n', stderr);
+  }
+  void Update(int32_t received, int32_t total) {
+    constexpr int32_t kMB = 1 << 20;
+    if (!enabled_ || (received <= kMB && total <= kMB)) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (shown_ && now - last_ < std::chrono::milliseconds(250)) return;
+    last_ = now;
+    shown_ = true;
+    std::string line = "\r" + Megabytes(received) + " MB";
+    if (total > 0) line += " de " + Megabytes(total) + " MB";
+    std::fprintf(stderr, "%s\x1b[K", line.c_str());
+  }
+
+ private:
+  static std::string Megabytes(int32_t bytes) {
+    const int32_t tenths = static_cast<int32_t>(static_cast<int64_t>(bytes) * 10 / (1 << 20));
+    return std::to_string(tenths / 10) + "," + std::to_string(tenths % 10);
+  }
+
+  bool enabled_;
+  bool shown_ = false;
+  std::chrono::steady_clock::time_point last_;
+};
 
 int32_t ParseTimeout(const char* text) {
   char* end = nullptr;
@@ -85,6 +120,10 @@ int RunHttp(std::span<char* const> args) {
   };
   Variant body;
   try {
+    // The progress line ends (and its line is closed) before the headers are printed.
+    BodyProgress progress;
+    inet.ProgressEvent.Connect(
+        [&progress](int32_t received, int32_t total) { progress.Update(received, total); });
     body = verb == "get" ? inet.HttpGet(FromUtf8(positional[0]), headers, options, timeout_ms)
                          : inet.HttpPost(FromUtf8(positional[0]), FromUtf8(positional[1]),
                                          headers, options, timeout_ms);

@@ -28,6 +28,11 @@
 // that stalls longer than TimeoutMS fails with 12002. A body may hold up to kMaxBodyBytes,
 // before and after inflating.
 //
+// While a body arrives the Progress event reports the bytes received so far and the length
+// the server announced (0 when it announced none), as they stand on the wire (before
+// inflating; a total past 2^31 - 1 reads as that). A handler that raises stops the request,
+// and its error leaves the call wrapped as any failure is.
+//
 // Every failure raises with the code of the operation that failed and the description "No
 // se pudo navegar a la URL:" + CR LF + URL + CR LF + the inner description.
 //
@@ -111,6 +116,12 @@ class QEL_EXPORT QelInet final : public Object {
   // Sends `post_data` (as Windows-1252) with "Content-Type: application/x-www-form-urlencoded".
   Variant HttpPost(TextView url, TextView post_data, TextView headers = {}, int32_t options = 0,
                    int32_t timeout_ms = 0);
+
+  // The Progress event (late-bound name "Progress"): BytesReceived, BytesTotal.
+  Event<int32_t, int32_t> ProgressEvent;
+
+  uint64_t ConnectEvent(TextView name, GenericHandler handler) override;
+  bool DisconnectEvent(uint64_t handle) override;
 
  private:
   Variant Request(const char* verb, TextView url, TextView post_data, TextView headers,
