@@ -1,5 +1,4 @@
 """qel url and qel http against the local test server."""
-import gzip
 import os
 import pathlib
 import shutil
