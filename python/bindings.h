@@ -16,6 +16,7 @@
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
 #include "qel/global/qel_global.h"
+#include "qel/inet/qel_inet.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"
@@ -57,6 +58,7 @@ struct Classes {
   PyClass<QelWaiter> waiter;
   PyClass<QelTimer> timer;
   PyClass<QelTransfer> transfer;
+  PyClass<QelInet> inet;
 };
 
 Classes DeclareClasses(py::module_& m);
@@ -93,6 +95,9 @@ void BindQelWaiter(PyClass<QelWaiter>& c);
 void BindQelTimer(PyClass<QelTimer>& c);
 void BindQelTransfer(PyClass<QelTransfer>& c);
 void BindWaitFunctions(py::module_& m);
+// Internet client.
+void BindInetEnums(py::module_& m);
+void BindQelInet(PyClass<QelInet>& c);
 
 // Runs a Python callable from library code: a QelError it raises becomes the same qel::Error,
 // so that the library's error rules apply to it; any other Python error propagates as is.

@@ -93,6 +93,14 @@ Classes DeclareClasses(py::module_& m) {
           m, "QelTransfer",
           "Hands work over to the thread's loop: Throw arms one 'Catch' event (no arguments) "
           "about 1 ms later. Exceptions of handlers are logged and swallowed."),
+      .inet = PyClass<QelInet>(
+          m, "QelInet",
+          "The internet client: splits and joins URLs (SplitURL, CombineURL) and sends HTTP "
+          "and HTTPS GET and POST requests (HttpGet, HttpPost), leaving the reply's headers "
+          "in Headers.\n\n"
+          "Events (obj.Connect(name, handler)):\n"
+          "  Progress(BytesReceived, BytesTotal): while a body arrives; BytesTotal is the "
+          "announced length, 0 when none. A handler that raises stops the request."),
   };
 }
 
@@ -134,4 +142,7 @@ PYBIND11_MODULE(_qelstd, m) {
   BindQelTimer(c.timer);
   BindQelTransfer(c.transfer);
   BindWaitFunctions(m);
+
+  BindInetEnums(m);
+  BindQelInet(c.inet);
 }

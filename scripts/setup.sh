@@ -13,6 +13,7 @@ packages=(
   locales
   dpkg-dev file help2man
   gnucobol3
+  libcurl4-openssl-dev openssl curl
 )
 
 missing=()

@@ -6,6 +6,7 @@
 #include "qel/frame/error.h"
 #include "qel/frame/object.h"
 #include "qel/global/qel_global.h"
+#include "qel/inet/qel_inet.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"
@@ -46,6 +47,7 @@ constexpr ClassEntry kClasses[] = {
     {u"QelWaiter", &Make<QelWaiter>},
     {u"QelTimer", &Make<QelTimer>},
     {u"QelTransfer", &Make<QelTransfer>},
+    {u"QelInet", &Make<QelInet>},
 };
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "qel/frame/variant.h"
 #include "qel/global/qel_global.h"
 #include "qel/global/value_compare.h"
+#include "qel/inet/qel_inet.h"
 #include "qel/props/qel_prop.h"
 #include "qel/props/qel_props.h"
 #include "qel/records/qel_message.h"

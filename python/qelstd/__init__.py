@@ -54,6 +54,13 @@ QelLabelCodes = _enumeration(
     "QelLabelCodes", "qelLabel",
     "Label codes (QelRecordLabels): the character of a label in the link text is "
     "code & qelLabelCodeMask.")
+QelInetSchemes = _enumeration(
+    "QelInetSchemes", "qelScheme",
+    "URL scheme numbers (QelInet.Scheme): qelSchemeHttp 3, qelSchemeHttps 4, ...")
+QelHttpOptions = _enumeration(
+    "QelHttpOptions", "qelHttpOpt",
+    "Request options (a bit set): qelHttpOptRequestGzip asks for gzip; "
+    "qelHttpOptCompressData is accepted and ignored.")
 
 
 class _Module(_types.ModuleType):

@@ -13,6 +13,8 @@ int RunLayout(std::span<char* const> args);
 int RunRecord(std::span<char* const> args);
 int RunProps(std::span<char* const> args);
 int RunEval(std::span<char* const> args);
+int RunUrl(std::span<char* const> args);
+int RunHttp(std::span<char* const> args);
 
 }  // namespace qel::cli
 

@@ -22,6 +22,8 @@ constexpr Command kCommands[] = {
     {"record", "decodifica, codifica y convierte registros", qel::cli::RunRecord},
     {"props", "convierte y revisa textos de bolsas de propiedades", qel::cli::RunProps},
     {"eval", "evalúa una fórmula sobre un registro", qel::cli::RunEval},
+    {"url", "separa y combina URL", qel::cli::RunUrl},
+    {"http", "pide una URL por HTTP o HTTPS (get, post)", qel::cli::RunHttp},
 };
 
 void PrintHelp(std::FILE* out) {
