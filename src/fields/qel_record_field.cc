@@ -553,7 +553,8 @@ bool QelRecordField::IsNull(int32_t index) const {
   const Segment s = ObtainSegment(index);
   qel::Text scratch;
   const TextView slot = data_->View(s.start, s.length, &scratch);
-  return internal::IsNullSlot(slot) || AllOf(slot, u' ') || (type_ == qelTypeDate && AllOf(slot, u'0'));
+  return internal::IsNullSlot(slot) || AllOf(slot, u' ') ||
+         (type_ == qelTypeDate && AllOf(slot, u'0'));
 }
 
 bool QelRecordField::Validate(const Variant& value, int32_t index) const {

@@ -145,10 +145,10 @@ size_t ClassIndex(size_t bytes) { return (bytes - 1) / kGranule; }
 
 #ifdef QEL_POOL_USES_SYSTEM
 
-void* PoolAllocate(size_t bytes) { return ::operator new(bytes, std::align_val_t{kGranule}); }
+void* PoolAllocate(size_t bytes) { return ::operator new (bytes, std::align_val_t{kGranule}); }
 
 void PoolFree(void* block, size_t) noexcept {
-  ::operator delete(block, std::align_val_t{kGranule});
+  ::operator delete (block, std::align_val_t{kGranule});
 }
 
 #else

@@ -46,13 +46,13 @@ class PoolAllocator {
 
   T* allocate(size_t n) {
     if (Pooled(n)) return static_cast<T*>(PoolAllocate(sizeof(T)));
-    return static_cast<T*>(::operator new(n * sizeof(T), std::align_val_t{alignof(T)}));
+    return static_cast<T*>(::operator new (n * sizeof(T), std::align_val_t{alignof(T)}));
   }
   void deallocate(T* p, size_t n) noexcept {
     if (Pooled(n)) {
       PoolFree(p, sizeof(T));
     } else {
-      ::operator delete(p, std::align_val_t{alignof(T)});
+      ::operator delete (p, std::align_val_t{alignof(T)});
     }
   }
 

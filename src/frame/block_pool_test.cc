@@ -35,8 +35,8 @@ TEST(BlockPool, BlocksOfEverySizeKeepTheirBytes) {
     } else {
       const size_t i = rng() % live.size();
       const Taken t = live[i];
-      ASSERT_TRUE(std::all_of(t.block, t.block + t.bytes,
-                              [&](unsigned char c) { return c == t.fill; }));
+      ASSERT_TRUE(
+          std::all_of(t.block, t.block + t.bytes, [&](unsigned char c) { return c == t.fill; }));
       PoolFree(t.block, t.bytes);
       live[i] = live.back();
       live.pop_back();
@@ -55,8 +55,8 @@ TEST(BlockPool, FreeingALargeStructureReturnsItsChunks) {
   const size_t before = PoolChunksForTesting();
   std::vector<std::shared_ptr<std::array<char, 100>>> many;
   for (int i = 0; i < 200000; ++i) {
-    many.push_back(std::allocate_shared<std::array<char, 100>>(
-        PoolAllocator<std::array<char, 100>>()));
+    many.push_back(
+        std::allocate_shared<std::array<char, 100>>(PoolAllocator<std::array<char, 100>>()));
   }
   many.clear();
   EXPECT_LE(PoolChunksForTesting(), before + 1);
@@ -65,7 +65,8 @@ TEST(BlockPool, FreeingALargeStructureReturnsItsChunks) {
 // A block may be freed on another thread than the one that took it.
 TEST(BlockPool, BlocksFreedOnOtherThreads) {
   std::vector<std::shared_ptr<int>> shared;
-  for (int i = 0; i < 20000; ++i) shared.push_back(std::allocate_shared<int>(PoolAllocator<int>(), i));
+  for (int i = 0; i < 20000; ++i)
+    shared.push_back(std::allocate_shared<int>(PoolAllocator<int>(), i));
   std::thread other([&] {
     for (size_t i = 0; i < shared.size(); i += 2) shared[i].reset();
     for (int i = 0; i < 20000; ++i) std::allocate_shared<int>(PoolAllocator<int>(), i);
