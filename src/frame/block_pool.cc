@@ -7,6 +7,11 @@
 #include <mutex>
 #include <utility>
 
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#define QEL_POOL_KNOWS_THREADS 1
+#endif
+
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define QEL_POOL_USES_SYSTEM 1
@@ -58,12 +63,22 @@ void UnmapChunk(Chunk* chunk) {
   mapped_chunks.fetch_sub(1, std::memory_order_relaxed);
 }
 
+// Taking a class's lock costs about as much as the rest of a pool operation. A process that
+// has never started a second thread cannot race, and the C library tells so (the flag turns
+// false, for good, when the first thread is created, which no pool operation does).
+std::unique_lock<std::mutex> LockIfThreaded(std::mutex& mutex) {
+#ifdef QEL_POOL_KNOWS_THREADS
+  if (__libc_single_threaded) return std::unique_lock<std::mutex>(mutex, std::defer_lock);
+#endif
+  return std::unique_lock<std::mutex>(mutex);
+}
+
 // The blocks of one size. `partial` lists the chunks that have room; full chunks are on no
 // list (a free puts them back), and the empty ones beyond the one spare are unmapped.
 class SizeClass {
  public:
   void* Allocate(size_t block_bytes) {
-    std::lock_guard lock(mutex_);
+    const auto lock = LockIfThreaded(mutex_);
     Chunk* chunk = partial_;
     if (chunk == nullptr) {
       chunk = spare_ != nullptr ? std::exchange(spare_, nullptr) : MapChunk();
@@ -89,7 +104,7 @@ class SizeClass {
     Chunk* chunk = ChunkOf(block);
     Chunk* unmap = nullptr;
     {
-      std::lock_guard lock(mutex_);
+      const auto lock = LockIfThreaded(mutex_);
       *static_cast<void**>(block) = chunk->free_list;
       chunk->free_list = block;
       if (--chunk->used == 0) {

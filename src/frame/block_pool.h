@@ -3,10 +3,12 @@
 // scattering of neighbours among unrelated allocations dominate the cost.
 //
 // Blocks come in size classes of 16 bytes up to kMaxPooledBytes, each class carving its blocks
-// from chunks of kChunkBytes mapped from the system. A chunk whose last block is freed goes
-// back to the system, except one empty chunk per class kept to absorb a load that repeatedly
-// fills and empties one chunk; so freeing a large structure returns its memory. Each class has
-// its own lock: a block may be freed on another thread than the one that took it.
+// from chunks of kChunkBytes taken from the system allocator. A chunk whose last block is freed
+// goes back to it, except one empty chunk per class kept to absorb a load that repeatedly fills
+// and empties one chunk; so freeing a large structure returns its memory and nothing stays
+// pinned for the life of the process. Each class has
+// its own lock, taken once the process has a second thread: a block may be freed on another
+// thread than the one that took it.
 //
 // Under AddressSanitizer every request goes to the system allocator, so that the sanitizer
 // still sees each object on its own.
