@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "fields/null_slot.h"
 #include "qel/fields/field_types.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/error.h"
@@ -36,10 +37,6 @@ void CheckWriteRange(int32_t start, int32_t length) {
 bool QelDefaultSignANSI() { return t_default_sign_ansi; }
 void SetQelDefaultSignANSI(bool value) { t_default_sign_ansi = value; }
 
-bool IsNullSlotSlow(TextView slot) {
-  return std::all_of(slot.begin(), slot.end(), [](char16_t c) { return c == kNullFiller; });
-}
-
 QelRecordData::QelRecordData() : sign_ansi_(QelDefaultSignANSI()) {}
 
 TextView QelRecordData::PaddedView(int32_t start, int32_t length, Text* scratch) const {
@@ -62,7 +59,7 @@ std::span<char16_t> QelRecordData::Extend(int32_t start, int32_t length) {
 Variant QelRecordData::Slot(int32_t start, int32_t length) const {
   Text scratch;
   const TextView slot = View(start, length, &scratch);
-  if (IsNullSlot(slot)) return Variant::Null();
+  if (internal::IsNullSlot(slot)) return Variant::Null();
   return Variant(slot);
 }
 

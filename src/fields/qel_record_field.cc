@@ -8,6 +8,7 @@
 #include <array>
 #include <limits>
 
+#include "fields/null_slot.h"
 #include "fields/qel_record_field_internal.h"
 #include "frame/char_class.h"
 #include "qel/fields/rut.h"
@@ -403,7 +404,7 @@ Variant QelRecordField::ReadRut(TextView slot) const {
 }
 
 Variant QelRecordField::ReadSlot(TextView slot) const {
-  if (IsNullSlot(slot)) return Variant::Null();
+  if (internal::IsNullSlot(slot)) return Variant::Null();
   switch (type_) {
     case qelTypeList:
     case qelTypeText:
@@ -458,7 +459,7 @@ qel::Text QelRecordField::Text(int32_t index) const {
     const Segment s = ObtainSegment(index);
     qel::Text scratch;
     const TextView slot = data_->View(s.start, s.length, &scratch);
-    if (IsNullSlot(slot)) return {};
+    if (internal::IsNullSlot(slot)) return {};
     const LocaleInfo& loc = ThreadLocale();
     switch (type_) {
       case qelTypeList:
@@ -552,7 +553,8 @@ bool QelRecordField::IsNull(int32_t index) const {
   const Segment s = ObtainSegment(index);
   qel::Text scratch;
   const TextView slot = data_->View(s.start, s.length, &scratch);
-  return IsNullSlot(slot) || AllOf(slot, u' ') || (type_ == qelTypeDate && AllOf(slot, u'0'));
+  return internal::IsNullSlot(slot) || AllOf(slot, u' ') ||
+         (type_ == qelTypeDate && AllOf(slot, u'0'));
 }
 
 bool QelRecordField::Validate(const Variant& value, int32_t index) const {

@@ -31,6 +31,23 @@ TEST(KeyedHash, NoCaseFormHashesCaseVariantsAlike) {
   EXPECT_NE(KeyedHashNoCase(u""), KeyedHashNoCase(std::u16string(1, u'\0')));
 }
 
+// Every unit up to U+017F, at each place of a word and in the tail, hashes as its UpperChar
+// does, and apart from its bit-5 partner when the two fold differently.
+TEST(KeyedHash, NoCaseFoldsEachUnitAsUpperCharAtEveryPlace) {
+  for (char16_t c = 1; c < 0x180; ++c) {
+    for (size_t place = 0; place < 6; ++place) {
+      std::u16string text(6, u'x'), upper(6, u'X'), partner(6, u'x');
+      text[place] = c;
+      upper[place] = UpperChar(c);
+      partner[place] = static_cast<char16_t>(c ^ 0x20);
+      ASSERT_EQ(KeyedHashNoCase(text), KeyedHashNoCase(upper)) << int{c} << " at " << place;
+      if (UpperChar(c) != UpperChar(partner[place])) {
+        ASSERT_NE(KeyedHashNoCase(text), KeyedHashNoCase(partner)) << int{c} << " at " << place;
+      }
+    }
+  }
+}
+
 // Names that differ only in bit 5 of their characters ('@' and '`', '[' and '{') are the
 // classic flood against a hash that ignores that bit; here they must spread like any others.
 TEST(KeyedHash, NamesDifferingInBitFiveSpreadOverBuckets) {

@@ -1,4 +1,5 @@
 list(APPEND QEL_SOURCES
+  src/frame/block_pool.cc
   src/frame/convert.cc
   src/frame/date.cc
   src/frame/date_text.cc
@@ -16,6 +17,7 @@ list(APPEND QEL_SOURCES
   src/frame/url_encode.cc
   src/frame/variant.cc)
 list(APPEND QEL_TESTS
+  src/frame/block_pool_test.cc
   src/frame/convert_test.cc
   src/frame/decimal_test.cc
   src/frame/error_test.cc

@@ -5,6 +5,9 @@
 #define QEL_SRC_PROPS_BAG_ACCESS_H_
 
 #include <cstddef>
+#include <memory>
+
+#include "frame/block_pool.h"
 
 #include "props/name_index.h"
 #include "qel/frame/text.h"
@@ -14,10 +17,20 @@
 
 namespace qel::internal {
 
+// Properties and bags are made from the block pool: a large bag text makes them by the hundred
+// thousand, and the pool keeps each one and its control block in one block, next to its
+// neighbours.
+inline std::shared_ptr<QelProp> NewProp(TextView trimmed_name) {
+  return std::allocate_shared<QelProp>(PoolAllocator<QelProp>(), trimmed_name);
+}
+inline std::shared_ptr<QelProps> NewBag() {
+  return std::allocate_shared<QelProps>(PoolAllocator<QelProps>());
+}
+
 class BagAccess {
  public:
   // Bags up to this size are searched one name at a time, without an index.
-  static constexpr size_t kLinearLimit = 8;
+  static constexpr size_t kLinearLimit = 16;
 
   // The position of the property named `name` (trimmed), or kNotFound.
   static size_t FindName(const QelProps& bag, TextView name) noexcept;

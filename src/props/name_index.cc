@@ -19,7 +19,8 @@ size_t NameIndex::Find(Items items, TextView name, uint64_t hash) const noexcept
   for (size_t s = low & mask; slots_[s].position != 0; s = (s + 1) & mask) {
     if (slots_[s].hash != low) continue;
     const size_t position = slots_[s].position - 1;
-    if (EqualsNoCase(items[position]->Name(), name)) return position;
+    const Text& other = items[position]->Name();
+    if (other == name || EqualsNoCase(other, name)) return position;  // mostly spelt alike
   }
   return kNotFound;
 }

@@ -224,7 +224,7 @@ class Parser {
         break;
       default: {
         if (!AtSymbol(u'[')) Expected(u"un valor después del símbolo '='");
-        auto nested = std::make_shared<QelProps>();
+        auto nested = NewBag();
         ParseNested(nested.get(), depth + 1);
         if (!AtSymbol(u']')) Expected(u"el símbolo ']'");
         Next();

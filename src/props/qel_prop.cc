@@ -1,5 +1,6 @@
 #include "qel/props/qel_prop.h"
 
+#include "props/bag_access.h"
 #include "props/props_format.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/frame/error.h"
@@ -20,7 +21,7 @@ QelProp::QelProp(TextView trimmed_name)
     : name_(trimmed_name), name_is_token_(internal::IsNameToken(trimmed_name)) {}
 
 std::shared_ptr<QelProp> QelProp::Create(TextView name) {
-  return std::make_shared<QelProp>(Trim(name));
+  return internal::NewProp(Trim(name));
 }
 
 Text QelProp::StrName() const { return name_is_token_ ? name_ : QuoteText(name_); }

@@ -33,13 +33,16 @@ size_t BagAccess::FindName(const QelProps& bag, TextView name) noexcept {
   }
   // Names of one bag often share a long prefix and differ at the end ("field_1", "field_2"),
   // so the last units are compared first, folded as EqualsNoCase folds them.
-  const char16_t last = UpperChar(name.back());
+  // Names are mostly spelt alike, so exact matches are tried before folding.
+  const char16_t last = name.back(), last_folded = UpperChar(last);
+  const bool last_has_case = last_folded != last || LowerChar(last) != last;
   for (size_t i = 0; i < bag.items_.size(); ++i) {
     const Text& other = bag.items_[i]->Name();
-    if (other.size() == name.size() && UpperChar(other.back()) == last &&
-        EqualsNoCase(other, name)) {
-      return i;
+    if (other.size() != name.size()) continue;
+    if (other.back() != last && (!last_has_case || UpperChar(other.back()) != last_folded)) {
+      continue;
     }
+    if (other == name || EqualsNoCase(other, name)) return i;
   }
   return kNotFound;
 }
@@ -60,7 +63,7 @@ size_t BagAccess::Find(const QelProps& bag, const Variant& key) noexcept {
 }
 
 QelProp& BagAccess::Append(QelProps& bag, TextView name) {
-  bag.items_.push_back(std::make_shared<QelProp>(name));
+  bag.items_.push_back(NewProp(name));
   const size_t position = bag.items_.size() - 1;
   try {
     if (bag.index_) {
@@ -84,7 +87,7 @@ QelProp& BagAccess::FindOrCreateName(QelProps& bag, TextView name) {
   const uint64_t hash = NameHash(name);
   const size_t i = bag.index_->Find(bag.items_, name, hash);
   if (i != kNotFound) return *bag.items_[i];
-  bag.items_.push_back(std::make_shared<QelProp>(name));
+  bag.items_.push_back(NewProp(name));
   try {
     bag.index_->Add(hash, bag.items_.size() - 1);
   } catch (...) {
@@ -221,14 +224,14 @@ void QelProps::Merge(const std::shared_ptr<QelProps>& source) {
 }
 
 std::shared_ptr<QelProps> QelProps::Clone() const {
-  auto bag = std::make_shared<QelProps>();
+  auto bag = internal::NewBag();
   bag->LoadFromText(ToText(qelFormatNormal));
   return bag;
 }
 
 void QelProps::Copy(const std::shared_ptr<QelProps>& source, const Variant& key) {
   if (!key.IsEmpty()) {
-    auto bag = std::make_shared<QelProps>();
+    auto bag = internal::NewBag();
     if (source) bag->LoadFromText(source->ToText(qelFormatNormal));
     SetValue(key, Variant(bag));
     return;

@@ -15,9 +15,16 @@ namespace qel {
 // quadratic. Codes come from outside, so the index is ordered rather than hashed: its cost
 // per label stays logarithmic whatever codes arrive. Either way adding n labels costs
 // O(n log n).
+//
+// The same private part keeps the label objects that Clear dropped and no client held, up to
+// kUnindexed, for Insert to hand out again: a record that loads reply after reply with the same
+// labels then makes no new objects. A label a client holds is never kept, so it keeps its
+// identity and value; a kept one is visible to nobody until Insert gives it a new code and an
+// empty value.
 struct QelRecordLabels::CodeIndex {
   static constexpr size_t kUnindexed = 16;
   std::map<int32_t, QelRecordLabelPtr> labels;  // empty while unindexed
+  std::vector<QelRecordLabelPtr> unheld;
 };
 
 namespace {
@@ -81,7 +88,14 @@ QelRecordLabel& QelRecordLabels::Insert(int32_t code) {
       if (l->Code() == code) RefuseDuplicate(code);
     }
   }
-  labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  auto& unheld = by_code_->unheld;
+  if (unheld.empty()) {
+    labels_.push_back(std::make_shared<QelRecordLabel>(code));
+  } else {
+    labels_.push_back(std::move(unheld.back()));
+    unheld.pop_back();
+    QelRecordLabelsInternal::Recode(*labels_.back(), code);
+  }
   if (!index.empty()) {
     index.emplace(code, labels_.back());
   } else if (labels_.size() > CodeIndex::kUnindexed) {
@@ -96,8 +110,13 @@ QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
 }
 
 void QelRecordLabels::Clear() {
+  by_code_->labels.clear();  // so that a label only the list holds counts one owner
+  auto& unheld = by_code_->unheld;
+  for (auto& label : labels_) {
+    if (unheld.size() == CodeIndex::kUnindexed) break;
+    if (label.use_count() == 1) unheld.push_back(std::move(label));
+  }
   labels_.clear();
-  by_code_->labels.clear();
 }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
@@ -138,6 +157,11 @@ void QelRecordLabels::SetValue(const Variant& key, const Variant& value) {
   // Checked before the label is added, so a refused value adds nothing.
   if (HoldsSeparator(text)) RefuseSeparator(ToLongOr(key, 0));
   Add(ToLongOr(key, 0))->SetValue(text);
+}
+
+void QelRecordLabelsInternal::Recode(QelRecordLabel& label, int32_t code) {
+  label.code_ = code;
+  label.value_.clear();
 }
 
 void QelRecordLabelsInternal::AddLoaded(QelRecordLabels& labels, int32_t code, TextView value) {

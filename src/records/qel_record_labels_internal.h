@@ -12,6 +12,8 @@ class QelRecordLabelsInternal {
   // label value hold a GS when an FS follows later, and that value is kept so a message loads
   // as the grammar says; the clients' writers refuse it. Raises as QelRecordLabels::Add.
   static void AddLoaded(QelRecordLabels& labels, int32_t code, TextView value);
+  // Gives a label that nobody holds any more a new code and an empty value, for reuse.
+  static void Recode(QelRecordLabel& label, int32_t code);
 };
 
 }  // namespace qel

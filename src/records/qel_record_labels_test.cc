@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <vector>
+
 #include "frame/testing.h"
 #include "qel/frame/convert.h"
 
@@ -77,6 +80,26 @@ TEST(QelRecordLabels, ALabelHeldByAClientOutlivesClear) {
   EXPECT_EQ(labels.Value(qelLabelJobID), u"k");
   EXPECT_EQ(labels.Item(1)->Code(), qelLabelUniqueID);  // order is the order of adding
 
+}
+
+// Labels added after a Clear start with their own code and an empty value, whatever the
+// cleared ones held, and are distinct objects, indexed or not.
+TEST(QelRecordLabels, LabelsAddedAfterClearStartEmpty) {
+  QelRecordLabels labels;
+  for (int count : {2, 40}) {
+    for (int32_t i = 1; i <= count; ++i) labels.SetValue(qelLabelCodeBase + i, u"old value");
+    labels.Clear();
+    std::vector<QelRecordLabelPtr> added;
+    for (int32_t i = count; i >= 1; --i) {
+      added.push_back(labels.Add(qelLabelCodeBase + 100 + i));
+      ASSERT_EQ(added.back()->Value(), u"");
+      ASSERT_EQ(added.back()->Code(), qelLabelCodeBase + 100 + i);
+    }
+    EXPECT_EQ(labels.Count(), count);
+    EXPECT_EQ(labels.Item(qelLabelCodeBase + 101), added.back());
+    EXPECT_EQ(std::set<QelRecordLabelPtr>(added.begin(), added.end()).size(), added.size());
+    labels.Clear();
+  }
 }
 
 // Beyond a handful of labels the collection finds them through an index: the same answers.

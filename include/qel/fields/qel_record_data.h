@@ -96,12 +96,6 @@ class QEL_EXPORT QelRecordData final : public Object {
   bool sign_ansi_;
 };
 
-// True when `slot` is not empty and made only of the null filler.
-QEL_EXPORT bool IsNullSlotSlow(TextView slot);
-inline bool IsNullSlot(TextView slot) {
-  return !slot.empty() && slot[0] == kNullFiller && IsNullSlotSlow(slot);
-}
-
 }  // namespace qel
 
 #endif  // QEL_FIELDS_QEL_RECORD_DATA_H_
