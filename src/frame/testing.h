@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
+#include <time.h>
 
 #include <filesystem>
 #include <functional>
@@ -79,6 +80,14 @@ inline std::string Describe(const Error& e) {
 }
 
 inline std::string ErrorOf(const std::function<void()>& body) { return Describe(Catch(body)); }
+
+// CPU seconds the calling thread has used: for tests that compare the cost of two inputs
+// (linear against quadratic growth), which wall time on a loaded machine would blur.
+inline double ThreadCpuSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
+}
 
 }  // namespace qel::testing
 
