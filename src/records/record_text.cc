@@ -7,6 +7,7 @@
 #include <charconv>
 #include <vector>
 
+#include "fields/null_slot.h"
 #include "frame/char_class.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
@@ -297,7 +298,7 @@ bool RecordTextReader::Append(int32_t position, int32_t index, std::string& out)
   if (index >= 1 && index <= s.occurrences && start + s.length <= static_cast<int64_t>(data.size())) {
     const TextView slot = TextView(data).substr(static_cast<size_t>(start),
                                                 static_cast<size_t>(s.length));
-    if (IsNullSlot(slot)) return false;
+    if (internal::IsNullSlot(slot)) return false;
     switch (s.type) {
       case qelTypeList:
       case qelTypeText:
