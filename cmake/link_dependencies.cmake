@@ -16,9 +16,12 @@
 # Keyed by the target name as a C identifier (OpenSSL::Crypto -> OpenSSL__Crypto).
 set(QEL_PKGCONFIG_MODULE_OpenSSL__Crypto libcrypto)
 set(QEL_PKGCONFIG_MODULE_OpenSSL__SSL libssl)
-set(QEL_PKGCONFIG_MODULE_CURL__libcurl libcurl)
 set(QEL_PKGCONFIG_MODULE_ZLIB__ZLIB zlib)
 set(QEL_LIBS_PRIVATE_Threads__Threads -pthread)
+# libcurl by its flag, not its module: its module's static form names the static archives of
+# every protocol library it was built with, which Debian's -dev packages do not all ship, so a
+# static client links the shared libcurl.
+set(QEL_LIBS_PRIVATE_CURL__libcurl -lcurl)
 
 # The library files an imported target links, expanded through its own link interface.
 function(qel_imported_library_files target out)
