@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "fields/null_slot.h"
+#include "fields/sign_mark.h"
 #include "fields/qel_record_field_internal.h"
 #include "frame/char_class.h"
 #include "qel/fields/rut.h"
@@ -311,22 +312,7 @@ Variant QelRecordField::ReadNumber(TextView slot) const {
   const TextView t = Trim(slot);
   if (t == u"*") return Variant(CurrentTime(6));
   const char16_t last = t.empty() ? u'0' : t.back();
-  char16_t digit = last;
-  bool negative = false;
-  if (last >= 176 && last <= 185) {
-    digit = last & ~128;
-    negative = true;
-  } else if (last == u'{') {
-    digit = u'0';
-  } else if (last == u'}') {
-    digit = u'0';
-    negative = true;
-  } else if (last >= u'A' && last <= u'I') {
-    digit = last - 16;
-  } else if (last >= u'J' && last <= u'R') {
-    digit = last - 25;
-    negative = true;
-  }
+  const auto [digit, negative] = internal::ReadSignMark(last);
   // Plain digits are read directly; anything else goes through the locale's conversion, which
   // fails on what is no number.
   char digits[64];

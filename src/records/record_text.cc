@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fields/null_slot.h"
+#include "fields/sign_mark.h"
 #include "frame/char_class.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
@@ -151,22 +152,7 @@ bool AppendNumber(TextView slot, int32_t precision, std::string& out) {
   }
   if (t.size() > 28 || precision > Decimal::kMaxScale) return false;
   const char16_t last = t.back();
-  char16_t digit = last;
-  bool negative = false;
-  if (last >= 176 && last <= 185) {
-    digit = last & ~128;
-    negative = true;
-  } else if (last == u'{') {
-    digit = u'0';
-  } else if (last == u'}') {
-    digit = u'0';
-    negative = true;
-  } else if (last >= u'A' && last <= u'I') {
-    digit = last - 16;
-  } else if (last >= u'J' && last <= u'R') {
-    digit = last - 25;
-    negative = true;
-  }
+  const auto [digit, negative] = internal::ReadSignMark(last);
   char digits[32];
   const size_t n = t.size();
   unsigned bad = 0;
