@@ -93,6 +93,30 @@ Classes DeclareClasses(py::module_& m) {
           m, "QelTransfer",
           "Hands work over to the thread's loop: Throw arms one 'Catch' event (no arguments) "
           "about 1 ms later. Exceptions of handlers are logged and swallowed."),
+      .dde = PyClass<QelDde>(
+          m, "QelDde",
+          "The DDE-style service of the calling thread: Initialize(ServiceName) publishes it "
+          "on the D-Bus session bus as 'org.qelstd.Dde1.' + the name in lower case (see the "
+          "README); transactions arrive from the thread's GLib loop (GLib.MainLoop, GTK) or "
+          "inside QelWaiter.WaitForEvent."),
+      .dde_topics = PyClass<QelDdeTopics>(
+          m, "QelDdeTopics",
+          "The topics of a service, keyed by name (case-insensitive) or 1-based position. "
+          "topics[key] is Item(key), iteration walks a snapshot."),
+      .dde_topic = PyClass<QelDdeTopic>(
+          m, "QelDdeTopic",
+          "A topic of the service with its items and three events: 'Execute'(Command), "
+          "'QueryItem'(ItemName, ItemData) and 'ChangeItem'(ItemName, ItemData). A QueryItem "
+          "handler supplies the item's value by returning it (a str, or bytes taken as "
+          "Windows-1252 text); returning None refuses the advise."),
+      .dde_items = PyClass<QelDdeItems>(
+          m, "QelDdeItems",
+          "The items of a topic, keyed by name (case-insensitive) or 1-based position. "
+          "items[key] is Item(key), iteration walks a snapshot."),
+      .dde_item = PyClass<QelDdeItem>(
+          m, "QelDdeItem",
+          "An item of a topic holding its current value as Windows-1252 text with a "
+          "terminating zero (Data)."),
   };
 }
 
@@ -134,4 +158,10 @@ PYBIND11_MODULE(_qelstd, m) {
   BindQelTimer(c.timer);
   BindQelTransfer(c.transfer);
   BindWaitFunctions(m);
+
+  BindQelDde(c.dde);
+  BindQelDdeTopics(c.dde_topics);
+  BindQelDdeTopic(c.dde_topic);
+  BindQelDdeItems(c.dde_items);
+  BindQelDdeItem(c.dde_item);
 }

@@ -11,6 +11,7 @@ packages=(
   libssl-dev zlib1g-dev libglib2.0-dev shared-mime-info
   python3-gi gir1.2-glib-2.0
   locales
+  dbus-daemon libglib2.0-bin systemd
 )
 
 missing=()

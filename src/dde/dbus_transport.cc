@@ -245,7 +245,9 @@ void DbusTransport::Close() noexcept {
   if (subscription_ != 0) g_dbus_connection_signal_unsubscribe(connection_, subscription_);
   if (registration_ != 0) g_dbus_connection_unregister_object(connection_, registration_);
   subscription_ = registration_ = 0;
-  // Closing the connection gives up the name; the bus tells the peers.
+  // Replies already given (to the call that ended the service, say) go out first; closing
+  // the connection then gives up the name, and the bus tells the peers.
+  g_dbus_connection_flush_sync(connection_, nullptr, nullptr);
   g_dbus_connection_close(connection_, nullptr, nullptr, nullptr);
   g_object_unref(connection_);
   connection_ = nullptr;
