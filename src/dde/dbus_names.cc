@@ -1,11 +1,14 @@
-#include "dde/dbus_names.h"
+#include "qel/dde/qel_dde.h"
 
 #include <cstdio>
 
-namespace qel::internal {
+namespace qel {
 
+// Each character other than an ASCII letter, digit or "-" (and a digit in first place) becomes
+// "_" and two upper-case hexadecimal digits per UTF-8 byte; "_" itself is escaped, so the
+// mapping is one to one. An empty name gives the lone "_", which no escape produces.
 std::string DdeBusName(TextView service) {
-  std::string name = std::string(kDdeInterface) + ".";
+  std::string name = std::string(kDdeBusInterface) + ".";
   const std::string utf8 = ToUtf8(LCase(service));
   for (size_t i = 0; i < utf8.size(); ++i) {
     const unsigned char c = static_cast<unsigned char>(utf8[i]);
@@ -22,4 +25,4 @@ std::string DdeBusName(TextView service) {
   return name;
 }
 
-}  // namespace qel::internal
+}  // namespace qel

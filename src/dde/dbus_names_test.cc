@@ -1,4 +1,4 @@
-#include "dde/dbus_names.h"
+#include "qel/dde/qel_dde.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 #include "frame/testing.h"
 
-namespace qel::internal {
+namespace qel {
 namespace {
 
 TEST(DdeBusName, FoldsCaseAndEscapesWhatABusNameCannotHold) {
@@ -40,4 +40,4 @@ TEST(DdeBusName, DistinctServicesGetDistinctNames) {
 }
 
 }  // namespace
-}  // namespace qel::internal
+}  // namespace qel

@@ -8,6 +8,7 @@ namespace qel::cli {
 
 int RunDemo(std::span<char* const> args);
 int RunClasses(std::span<char* const> args);
+int RunDde(std::span<char* const> args);
 
 }  // namespace qel::cli
 

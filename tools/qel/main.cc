@@ -17,6 +17,7 @@ using qel::cli::Command;
 constexpr Command kCommands[] = {
     {"demo", "una transacción típica con un host simulado", qel::cli::RunDemo},
     {"classes", "lista las clases creables", qel::cli::RunClasses},
+    {"dde", "cliente de servicios DDE del bus de sesión", qel::cli::RunDde},
 };
 
 void PrintHelp(std::FILE* out) {

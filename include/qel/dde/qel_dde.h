@@ -24,6 +24,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "qel/dde/qel_dde_item.h"
 #include "qel/dde/qel_dde_topic.h"
@@ -32,6 +33,16 @@
 #include "qel/frame/text.h"
 
 namespace qel {
+
+// The bus interface (org.qelstd.Dde1.xml, installed under share/dbus-1/interfaces): its name,
+// which is also the prefix of every service's bus name, and the object that carries it.
+inline constexpr char kDdeBusInterface[] = "org.qelstd.Dde1";
+inline constexpr char kDdeBusObjectPath[] = "/org/qelstd/Dde1";
+
+// The well-known bus name of the service `service_name` (UTF-8), as described above: distinct
+// names without regard to case give distinct bus names. It may be longer than the bus allows
+// (255 bytes), in which case Initialize refuses the name.
+QEL_EXPORT std::string DdeBusName(TextView service_name);
 
 class QEL_EXPORT QelDde final : public Object {
  public:
