@@ -6,6 +6,9 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
              ${PROJECT_SOURCE_DIR}/src/dde/org.qelstd.Dde1.xml)
 configure_file(${PROJECT_SOURCE_DIR}/src/dde/dbus_interface.cc.in
                ${PROJECT_BINARY_DIR}/generated/dde/dbus_interface.cc @ONLY)
+# Listed relative to the source directory, like every other source, wherever the build is.
+file(RELATIVE_PATH qel_dde_interface_cc ${PROJECT_SOURCE_DIR}
+     ${PROJECT_BINARY_DIR}/generated/dde/dbus_interface.cc)
 list(APPEND QEL_SOURCES
   src/dde/conversations.cc
   src/dde/dbus_names.cc
@@ -17,7 +20,7 @@ list(APPEND QEL_SOURCES
   src/dde/qel_dde.cc
   src/dde/qel_dde_item.cc
   src/dde/qel_dde_topic.cc
-  ${PROJECT_BINARY_DIR}/generated/dde/dbus_interface.cc)
+  ${qel_dde_interface_cc})
 list(APPEND QEL_TESTS
   src/dde/dbus_names_test.cc
   src/dde/dde_dispatch_test.cc
