@@ -23,7 +23,13 @@ std::shared_ptr<DdeTransport> MakeDbusTransport();
 
 namespace {
 
+void TerminateState() noexcept;
+
+// A thread that ends with its service running terminates it, so the transport closes while
+// the handle tables it releases into still exist.
 struct DdeState {
+  ~DdeState() { TerminateState(); }
+
   uint32_t instance = 0;
   Text service_name;
   uint32_t service_handle = 0;
@@ -36,6 +42,8 @@ struct DdeState {
 };
 
 thread_local DdeState t_dde;
+
+void TerminateState() noexcept { Terminate(); }
 
 std::atomic<uint32_t> g_last_instance{0};
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "dde/dde_testing.h"
 #include "qel/frame/error.h"
 
@@ -230,6 +232,26 @@ TEST_F(QelDdeTest, ObjectsKeptAfterTerminateFailWithTheDdeError) {
             "16387|QelDDE.CreateData|No se pudo crear Data DDE\r\nBiblioteca no ha sido "
             "inicializada");
   EXPECT_EQ(topics->Count(), 0);
+}
+
+TEST_F(QelDdeTest, EachThreadHasItsOwnServiceWhichEndsWithTheThread) {
+  std::shared_ptr<internal::InProcessTransport> thread_bus;
+  std::shared_ptr<QelDde> kept;
+  std::thread([&] {
+    internal::SetTransportFactoryForTesting([&] {
+      thread_bus = std::make_shared<internal::InProcessTransport>();
+      return thread_bus;
+    });
+    kept = std::make_shared<QelDde>();
+    kept->Initialize(u"Hilo");
+    kept->Topics()->Add(u"T");
+    EXPECT_NE(thread_bus->Connect(u"Hilo", u"T"), 0u);
+  }).join();
+  EXPECT_TRUE(thread_bus->closed());
+  EXPECT_EQ(thread_bus->conversation_count(), 0u);
+  EXPECT_FALSE(bus_->closed());  // this thread's service runs on
+  kept.reset();
+  EXPECT_NE(internal::InstanceId(), 0u);
 }
 
 }  // namespace
