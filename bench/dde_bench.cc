@@ -6,6 +6,8 @@
 //                        calling a service thread on a private session bus
 //   BareDbusCall         a GDBus method that answers at once, the same client loop and bus:
 //                        the floor DbusRequest is measured against
+//   DbusVsBare           the two above alternating call by call, so that a busy machine
+//                        weighs on both alike; counters request_us, bare_us and ratio
 //   AdviseFanOut/100     one change advised to 100 peers (separate connections), from the
 //                        client's Execute that makes it until every peer has its signal;
 //                        counter notify_ms: the service's NotifyChange alone
@@ -201,6 +203,35 @@ void BM_BareDbusCall(benchmark::State& state) {
   g_object_unref(c);
 }
 BENCHMARK(BM_BareDbusCall)->UseRealTime();
+
+void BM_DbusVsBare(benchmark::State& state) {
+  Env();
+  GDBusConnection* c = Connect();
+  const std::string name = qel::DdeBusName(u"Bench");
+  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
+                          "Connect", g_variant_new("(s)", "Precios"));
+  uint32_t conv = 0;
+  g_variant_get(opened, "(u)", &conv);
+  g_variant_unref(opened);
+  int64_t request_us = 0, bare_us = 0;
+  for (auto _ : state) {
+    const int64_t t0 = g_get_monotonic_time();
+    g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
+                         "Request", g_variant_new("(us)", conv, "Pan")));
+    const int64_t t1 = g_get_monotonic_time();
+    g_variant_unref(Call(c, "org.qelstd.Bench", "/org/qelstd/Bench", "org.qelstd.Bench",
+                         "Nothing", g_variant_new("(us)", 1u, "Pan")));
+    const int64_t t2 = g_get_monotonic_time();
+    request_us += t1 - t0;
+    bare_us += t2 - t1;
+  }
+  const double n = static_cast<double>(state.iterations());
+  state.counters["request_us"] = request_us / n;
+  state.counters["bare_us"] = bare_us / n;
+  state.counters["ratio"] = bare_us > 0 ? static_cast<double>(request_us) / bare_us : 0;
+  g_object_unref(c);
+}
+BENCHMARK(BM_DbusVsBare)->UseRealTime();
 
 void BM_AdviseFanOut(benchmark::State& state) {
   Fixture& env = Env();
