@@ -16,6 +16,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "dde/dde_transport.h"
 #include "qel/frame/text.h"
 
 namespace qel::internal {
@@ -48,6 +49,10 @@ class Conversations {
   size_t size() const { return by_id_.size(); }
   size_t AdviseLoops() const;
 
+  // True when `c` runs a loop on `item` or may start one more.
+  static bool HasAdviseRoom(const Conversation& c, uint32_t item) {
+    return c.advise.contains(item) || c.advise.size() < kMaxAdviseLoopsPerConversation;
+  }
   // Starts a loop on `item`, taking its reference (released at once when the loop exists or
   // the conversation runs as many as it may). False when there is no room.
   bool AddAdvise(Conversation& c, uint32_t item);

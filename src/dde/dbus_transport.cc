@@ -459,6 +459,11 @@ void DbusTransport::Call(const char* method, GVariant* parameters,
     g_variant_unref(data);
   } else if (m == "StartAdvise") {
     ScopedString hsz_item(item);
+    if (!Conversations::HasAdviseRoom(*c, hsz_item.get())) {
+      ReturnError(invocation, "LimitsExceeded", kDmlErrNotProcessed,
+                  "demasiados ciclos de notificación");
+      return;
+    }
     if (DdeCallback(kXtypAdvStart, kCfText, id, c->topic, hsz_item.get(), 0, 0, 0) == 0) {
       ReturnError(invocation, "NotProcessed", kDmlErrNotProcessed);
       return;

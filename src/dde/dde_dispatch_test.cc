@@ -217,5 +217,28 @@ TEST_F(DdeDispatchTest, ClientLimitsBoundWhatOnePeerHolds) {
   EXPECT_EQ(bus_->Vanish(u"client"), internal::kMaxConversationsPerPeer);
 }
 
+TEST_F(DdeDispatchTest, AdviseLoopsAndConversationsInAllAreBounded) {
+  const uint32_t conv = Connect();
+  prices_->QueryItemEvent.Connect([](const Text&, Variant& value) { value = Variant(u"1"); });
+  for (size_t i = 0; i < internal::kMaxAdviseLoopsPerConversation; ++i) {
+    ASSERT_TRUE(bus_->AdviseStart(conv, u"i" + FromUtf8(std::to_string(i))));
+  }
+  EXPECT_FALSE(bus_->AdviseStart(conv, u"uno mas"));
+  EXPECT_EQ(prices_->Items()->Find(u"uno mas"), nullptr);  // refused before the service is asked
+  EXPECT_TRUE(bus_->AdviseStart(conv, u"I7"));  // a loop already running stays
+  EXPECT_EQ(bus_->advise_loop_count(), internal::kMaxAdviseLoopsPerConversation);
+
+  size_t opened = 1;
+  for (int peer = 0; opened < internal::kMaxConversations; ++peer) {
+    const Text name = u"p" + FromUtf8(std::to_string(peer));
+    for (size_t i = 0; i < internal::kMaxConversationsPerPeer &&
+                       opened < internal::kMaxConversations; ++i, ++opened) {
+      ASSERT_NE(bus_->Connect(u"Server", u"Stock", name), 0u);
+    }
+  }
+  EXPECT_EQ(bus_->Connect(u"Server", u"Stock", u"nuevo"), 0u);
+  EXPECT_EQ(bus_->conversation_count(), internal::kMaxConversations);
+}
+
 }  // namespace
 }  // namespace qel::testing

@@ -133,7 +133,8 @@ bool InProcessTransport::AdviseStart(uint32_t conversation, TextView item, uint3
   const Conversation* c = conversations_.Find(conversation, peer);
   if (c == nullptr) return false;
   ScopedString hsz_item(item);
-  if (hsz_item.get() == 0 ||
+  // A loop there is no room for is refused before the service is asked.
+  if (hsz_item.get() == 0 || !Conversations::HasAdviseRoom(*c, hsz_item.get()) ||
       DdeCallback(kXtypAdvStart, format, conversation, c->topic, hsz_item.get(), 0, 0, 0) == 0) {
     return false;
   }
