@@ -30,6 +30,12 @@ def service(bus_env):
     # The module beside the tool in the build tree.
     python_dir = pathlib.Path(os.environ["QEL_TOOL"]).resolve().parent / "python"
     env = dict(os.environ, PYTHONPATH=str(python_dir), **bus_env)
+    # A sanitized module loads only into an interpreter with the sanitizer runtime first.
+    module = next(python_dir.glob("qelstd/_qelstd*.so"))
+    if b"__asan_init" in module.read_bytes():
+        runtime = subprocess.run(["clang++", "-print-file-name=libclang_rt.asan-x86_64.so"],
+                                 capture_output=True, text=True).stdout.strip()
+        env.update(LD_PRELOAD=runtime, ASAN_OPTIONS="detect_leaks=0")
     proc = subprocess.Popen([sys.executable, str(SERVICE), "Caja"], env=env,
                             stdout=subprocess.PIPE, text=True)
     assert proc.stdout.readline().strip() == "READY"
