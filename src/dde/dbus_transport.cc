@@ -39,10 +39,6 @@ constexpr uint32_t kRequestNameDoNotQueue = 4;
 constexpr uint32_t kPrimaryOwner = 1;
 constexpr uint32_t kAlreadyOwner = 4;
 
-struct Unref {
-  void operator()(GDBusNodeInfo* p) const { g_dbus_node_info_unref(p); }
-};
-
 // The interface, parsed once per process (the text is fixed).
 GDBusInterfaceInfo* InterfaceInfo() {
   static GDBusNodeInfo* const node = [] {
@@ -413,7 +409,6 @@ void DbusTransport::Call(const char* method, GVariant* parameters,
       g_variant_get(parameters, "(&s&s)", &topic_utf8, &item_utf8);
     }
     std::unique_ptr<GVariant, decltype(&g_variant_unref)> data_ref(data, g_variant_unref);
-    if (data == nullptr) data_ref.release();
     Text topic, item;
     if (!CheckName(topic_utf8, topic, invocation) || !CheckName(item_utf8, item, invocation) ||
         (data != nullptr && !CheckBlock(data, invocation))) {
