@@ -16,7 +16,6 @@
 // developer's bus.
 #include <benchmark/benchmark.h>
 #include <gio/gio.h>
-
 #include <signal.h>
 
 #include <atomic>
@@ -102,10 +101,13 @@ class ServiceThread {
     while (!ready_.load()) std::this_thread::yield();
   }
   ~ServiceThread() {
-    g_main_context_invoke(context_, [](gpointer loop) -> gboolean {
-      g_main_loop_quit(static_cast<GMainLoop*>(loop));
-      return G_SOURCE_REMOVE;
-    }, loop_);
+    g_main_context_invoke(
+        context_,
+        [](gpointer loop) -> gboolean {
+          g_main_loop_quit(static_cast<GMainLoop*>(loop));
+          return G_SOURCE_REMOVE;
+        },
+        loop_);
     thread_.join();
   }
   std::atomic<int64_t> notify_us{0};
@@ -133,10 +135,12 @@ class ServiceThread {
            GDBusMethodInvocation* invocation, gpointer) {
           static const char kValue[] = "1200";
           g_dbus_method_invocation_return_value(
-              invocation, g_variant_new("(@ay)", g_variant_new_fixed_array(
-                                                     G_VARIANT_TYPE_BYTE, kValue, 5, 1)));
+              invocation,
+              g_variant_new("(@ay)", g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kValue, 5, 1)));
         },
-        nullptr, nullptr, {}};
+        nullptr,
+        nullptr,
+        {}};
     g_dbus_connection_register_object(bare, "/org/qelstd/Bench", node->interfaces[0], &vtable,
                                       nullptr, nullptr, nullptr);
     g_dbus_connection_call_sync(bare, "org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -180,14 +184,14 @@ void BM_DbusRequest(benchmark::State& state) {
   Env();
   GDBusConnection* c = Connect();
   const std::string name = qel::DdeBusName(u"Bench");
-  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
-                          "Connect", g_variant_new("(s)", "Precios"));
+  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Connect",
+                          g_variant_new("(s)", "Precios"));
   uint32_t conv = 0;
   g_variant_get(opened, "(u)", &conv);
   g_variant_unref(opened);
   for (auto _ : state) {
-    g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
-                         "Request", g_variant_new("(us)", conv, "Pan")));
+    g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Request",
+                         g_variant_new("(us)", conv, "Pan")));
   }
   g_object_unref(c);
 }
@@ -197,8 +201,8 @@ void BM_BareDbusCall(benchmark::State& state) {
   Env();
   GDBusConnection* c = Connect();
   for (auto _ : state) {
-    g_variant_unref(Call(c, "org.qelstd.Bench", "/org/qelstd/Bench", "org.qelstd.Bench",
-                         "Nothing", g_variant_new("(us)", 1u, "Pan")));
+    g_variant_unref(Call(c, "org.qelstd.Bench", "/org/qelstd/Bench", "org.qelstd.Bench", "Nothing",
+                         g_variant_new("(us)", 1u, "Pan")));
   }
   g_object_unref(c);
 }
@@ -208,19 +212,19 @@ void BM_DbusVsBare(benchmark::State& state) {
   Env();
   GDBusConnection* c = Connect();
   const std::string name = qel::DdeBusName(u"Bench");
-  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
-                          "Connect", g_variant_new("(s)", "Precios"));
+  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Connect",
+                          g_variant_new("(s)", "Precios"));
   uint32_t conv = 0;
   g_variant_get(opened, "(u)", &conv);
   g_variant_unref(opened);
   int64_t request_us = 0, bare_us = 0;
   for (auto _ : state) {
     const int64_t t0 = g_get_monotonic_time();
-    g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
-                         "Request", g_variant_new("(us)", conv, "Pan")));
+    g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Request",
+                         g_variant_new("(us)", conv, "Pan")));
     const int64_t t1 = g_get_monotonic_time();
-    g_variant_unref(Call(c, "org.qelstd.Bench", "/org/qelstd/Bench", "org.qelstd.Bench",
-                         "Nothing", g_variant_new("(us)", 1u, "Pan")));
+    g_variant_unref(Call(c, "org.qelstd.Bench", "/org/qelstd/Bench", "org.qelstd.Bench", "Nothing",
+                         g_variant_new("(us)", 1u, "Pan")));
     const int64_t t2 = g_get_monotonic_time();
     request_us += t1 - t0;
     bare_us += t2 - t1;
@@ -262,11 +266,10 @@ void BM_AdviseFanOut(benchmark::State& state) {
   double notify_ms = 0;
   for (auto _ : state) {
     received = 0;
-    g_variant_unref(Call(connections[0], name.c_str(), qel::kDdeBusObjectPath,
-                         qel::kDdeBusInterface, "ExecuteOnce",
-                         g_variant_new("(s@ay)", "Precios",
-                                       g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kNotify,
-                                                                 sizeof kNotify, 1))));
+    g_variant_unref(Call(
+        connections[0], name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "ExecuteOnce",
+        g_variant_new("(s@ay)", "Precios",
+                      g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kNotify, sizeof kNotify, 1))));
     while (received < peers) g_main_context_iteration(context, TRUE);
     notify_ms += env.service.notify_us.load() / 1000.0;
   }

@@ -23,8 +23,8 @@ using qel::internal::InProcessTransport;
 
 const char16_t* const kNames[] = {u"Precios", u"PRECIOS", u"Stock", u"x", u"", u"Ñandú"};
 const char16_t* const kPeers[] = {u"a", u"b", u"c"};
-constexpr uint32_t kTypes[] = {0x1062, 0x20E2, 0x1030, 0x2022, 0x20B0, 0x4090, 0x4050,
-                               0x4010, 0x8040, 0x80C2, 0x8002, 0};
+constexpr uint32_t kTypes[] = {0x1062, 0x20E2, 0x1030, 0x2022, 0x20B0, 0x4090,
+                               0x4050, 0x4010, 0x8040, 0x80C2, 0x8002, 0};
 
 class Input {
  public:
@@ -108,7 +108,9 @@ struct Session {
         if (c != 0) conversations.push_back(c);
         break;
       }
-      case 1: bus->WildConnect(in.Name(), in.Name()); break;
+      case 1:
+        bus->WildConnect(in.Name(), in.Name());
+        break;
       case 2: {
         const uint32_t conv = Conversation(in);
         const char16_t* peer = in.Peer();
@@ -147,7 +149,9 @@ struct Session {
         bus->Disconnect(conv, in.Peer());
         break;
       }
-      case 8: bus->Vanish(in.Peer()); break;
+      case 8:
+        bus->Vanish(in.Peer());
+        break;
       case 9:
         if (auto t = Topic(in)) qel::fuzz::Try([&] { t->NotifyChange(in.Name()); });
         break;
@@ -182,8 +186,8 @@ struct Session {
         const uint32_t hsz1 = Handle(in);
         const uint32_t hsz2 = Handle(in);
         const uint32_t hdata = in.Byte() % 2 ? in.Byte() % 32 : in.Word();
-        const uint32_t result = bus->Transact(type, format, conv, hsz1, hsz2, hdata, in.Byte(),
-                                              in.Byte() % 4 == 0);
+        const uint32_t result =
+            bus->Transact(type, format, conv, hsz1, hsz2, hdata, in.Byte(), in.Byte() % 4 == 0);
         // A wild-connect list is the receiver's to release.
         if (type == 0x20E2) qel::internal::ReleaseReceivedData(result);
         break;
@@ -194,7 +198,9 @@ struct Session {
           Start();
         }
         break;
-      default: mood = in.Byte(); break;
+      default:
+        mood = in.Byte();
+        break;
     }
     qel::fuzz::Check(bus->advise_loop_count() <=
                      bus->conversation_count() * qel::internal::kMaxAdviseLoopsPerConversation);

@@ -91,8 +91,7 @@ void Conversations::PostAdvise(uint32_t topic, uint32_t item, const Deliver& del
     --remaining;
     auto it = by_id_.find(id);
     if (it == by_id_.end() || !it->second.advise.contains(loop_item)) continue;
-    const uint32_t hdata =
-        DdeCallback(kXtypAdvReq, kCfText, id, topic, loop_item, 0, remaining, 0);
+    const uint32_t hdata = DdeCallback(kXtypAdvReq, kCfText, id, topic, loop_item, 0, remaining, 0);
     if (hdata == 0) continue;
     const DataBlock* block = DataOf(hdata);
     it = by_id_.find(id);  // the callback may have closed it

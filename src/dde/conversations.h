@@ -61,8 +61,8 @@ class Conversations {
 
   // For every loop on `topic` and `item` (every item when 0) that still runs when its turn
   // comes: asks the service for the value (XTYP_ADVREQ) and hands the bytes to `deliver`.
-  using Deliver = std::function<void(const Conversation&, uint32_t item,
-                                     std::span<const uint8_t> bytes)>;
+  using Deliver =
+      std::function<void(const Conversation&, uint32_t item, std::span<const uint8_t> bytes)>;
   void PostAdvise(uint32_t topic, uint32_t item, const Deliver& deliver);
 
  private:

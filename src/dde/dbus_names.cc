@@ -1,6 +1,6 @@
-#include "qel/dde/qel_dde.h"
-
 #include <cstdio>
+
+#include "qel/dde/qel_dde.h"
 
 namespace qel {
 

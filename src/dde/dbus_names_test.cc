@@ -1,11 +1,10 @@
-#include "qel/dde/qel_dde.h"
-
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "frame/testing.h"
+#include "qel/dde/qel_dde.h"
 
 namespace qel {
 namespace {

@@ -207,9 +207,9 @@ bool DbusTransport::Register(TextView service, uint32_t& error) {
   }
   {
     PushedContext pushed(context_);
-    registration_ = g_dbus_connection_register_object(
-        connection_, kDdeObjectPath, InterfaceInfo(), &kVTable,
-        new WeakTransport{weak_from_this()}, FreeWeak, nullptr);
+    registration_ =
+        g_dbus_connection_register_object(connection_, kDdeObjectPath, InterfaceInfo(), &kVTable,
+                                          new WeakTransport{weak_from_this()}, FreeWeak, nullptr);
     subscription_ = g_dbus_connection_signal_subscribe(
         connection_, "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
         "/org/freedesktop/DBus", nullptr, G_DBUS_SIGNAL_FLAGS_NONE, OnNameOwnerChanged,
@@ -253,17 +253,15 @@ bool DbusTransport::PostAdvise(uint32_t topic, uint32_t item) {
   if (connection_ == nullptr) return false;
   bool sent = true;
   conversations_.PostAdvise(
-      topic, item,
-      [&](const Conversation& c, uint32_t loop_item, std::span<const uint8_t> bytes) {
+      topic, item, [&](const Conversation& c, uint32_t loop_item, std::span<const uint8_t> bytes) {
         const Text* topic_name = StringOf(c.topic);
         const Text* item_name = StringOf(loop_item);
         if (connection_ == nullptr || topic_name == nullptr || item_name == nullptr) return;
         GVariant* args = g_variant_new("(uss@ay)", c.id, ToUtf8(*topic_name).c_str(),
                                        ToUtf8(*item_name).c_str(), ByteArrayVariant(bytes));
-        if (!g_dbus_connection_emit_signal(connection_, c.peer.empty() ? nullptr
-                                                                       : ToUtf8(c.peer).c_str(),
-                                           kDdeObjectPath, kDdeInterface, "Advise", args,
-                                           nullptr)) {
+        if (!g_dbus_connection_emit_signal(
+                connection_, c.peer.empty() ? nullptr : ToUtf8(c.peer).c_str(), kDdeObjectPath,
+                kDdeInterface, "Advise", args, nullptr)) {
           sent = false;
         }
       });
@@ -317,11 +315,9 @@ Conversation* DbusTransport::FindConversation(uint32_t id, const std::string& pe
   return c;
 }
 
-void DbusTransport::Request(Conversation& c, const Text& item,
-                            GDBusMethodInvocation* invocation) {
+void DbusTransport::Request(Conversation& c, const Text& item, GDBusMethodInvocation* invocation) {
   ScopedString hsz_item(item);
-  const uint32_t hdata =
-      DdeCallback(kXtypRequest, kCfText, c.id, c.topic, hsz_item.get(), 0, 0, 0);
+  const uint32_t hdata = DdeCallback(kXtypRequest, kCfText, c.id, c.topic, hsz_item.get(), 0, 0, 0);
   const DataBlock* block = DataOf(hdata);
   if (block == nullptr) {
     ReturnError(invocation, "NotProcessed", kDmlErrNotProcessed);
@@ -344,8 +340,7 @@ void DbusTransport::Poke(Conversation& c, const Text& item, GVariant* data,
   g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
-void DbusTransport::Execute(Conversation& c, GVariant* command,
-                            GDBusMethodInvocation* invocation) {
+void DbusTransport::Execute(Conversation& c, GVariant* command, GDBusMethodInvocation* invocation) {
   ScopedData hdata(command, 0);
   if (DdeCallback(kXtypExecute, 0, c.id, c.topic, 0, hdata.get(), 0, 0) != kDdeFack) {
     ReturnError(invocation, "NotProcessed", kDmlErrNotProcessed);
@@ -479,8 +474,8 @@ void DbusTransport::Call(const char* method, GVariant* parameters,
     DdeCallback(kXtypAdvStop, kCfText, id, c->topic, hsz_item.get(), 0, 0, 0);
     g_dbus_method_invocation_return_value(invocation, nullptr);
   } else {
-    g_dbus_method_invocation_return_dbus_error(
-        invocation, "org.freedesktop.DBus.Error.UnknownMethod", method);
+    g_dbus_method_invocation_return_dbus_error(invocation,
+                                               "org.freedesktop.DBus.Error.UnknownMethod", method);
   }
 }
 

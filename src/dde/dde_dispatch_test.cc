@@ -165,8 +165,8 @@ TEST_F(DdeDispatchTest, ExecuteRaisesExecuteWithTheCommandText) {
 TEST_F(DdeDispatchTest, OtherTransactionTypesDoNothing) {
   const uint32_t conv = Connect();
   const uint32_t topic = static_cast<uint32_t>(prices_->hTopic());
-  const uint32_t types[] = {0x4010, 0x8040, 0x8072, 0x8002, 0x80A2, 0x80C2, 0x80D2, 0x8080,
-                            0x80F2, 0,      0xFFFF, 0x1234};
+  const uint32_t types[] = {0x4010, 0x8040, 0x8072, 0x8002, 0x80A2, 0x80C2,
+                            0x80D2, 0x8080, 0x80F2, 0,      0xFFFF, 0x1234};
   for (uint32_t type : types) {
     EXPECT_EQ(bus_->Transact(type, kCfText, conv, topic, topic, 0, 0, 0), 0u) << type;
   }
@@ -225,14 +225,15 @@ TEST_F(DdeDispatchTest, AdviseLoopsAndConversationsInAllAreBounded) {
   }
   EXPECT_FALSE(bus_->AdviseStart(conv, u"uno mas"));
   EXPECT_EQ(prices_->Items()->Find(u"uno mas"), nullptr);  // refused before the service is asked
-  EXPECT_TRUE(bus_->AdviseStart(conv, u"I7"));  // a loop already running stays
+  EXPECT_TRUE(bus_->AdviseStart(conv, u"I7"));             // a loop already running stays
   EXPECT_EQ(bus_->advise_loop_count(), internal::kMaxAdviseLoopsPerConversation);
 
   size_t opened = 1;
   for (int peer = 0; opened < internal::kMaxConversations; ++peer) {
     const Text name = u"p" + FromUtf8(std::to_string(peer));
-    for (size_t i = 0; i < internal::kMaxConversationsPerPeer &&
-                       opened < internal::kMaxConversations; ++i, ++opened) {
+    for (size_t i = 0;
+         i < internal::kMaxConversationsPerPeer && opened < internal::kMaxConversations;
+         ++i, ++opened) {
       ASSERT_NE(bus_->Connect(u"Server", u"Stock", name), 0u);
     }
   }

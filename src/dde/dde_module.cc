@@ -150,9 +150,7 @@ void XtypExecute(uint32_t hsz1, uint32_t hdata, uint32_t& result) {
 
 }  // namespace
 
-void SetTransportFactoryForTesting(TransportFactory factory) {
-  t_dde.factory = std::move(factory);
-}
+void SetTransportFactoryForTesting(TransportFactory factory) { t_dde.factory = std::move(factory); }
 
 void RaiseDdeError(TextView function_name, TextView text) {
   const uint32_t code = std::exchange(t_dde.last_error, 0);
@@ -230,8 +228,7 @@ void TopicChanged(uint32_t topic_handle, uint32_t item_handle) {
 std::shared_ptr<QelDdeTopics> Initialize(TextView service_name) {
   const Text name(service_name);  // the argument may refer to state Terminate clears
   Terminate();
-  std::shared_ptr<DdeTransport> transport =
-      t_dde.factory ? t_dde.factory() : MakeDbusTransport();
+  std::shared_ptr<DdeTransport> transport = t_dde.factory ? t_dde.factory() : MakeDbusTransport();
   const uint32_t code = transport ? transport->Open() : kDmlErrSysError;
   if (code != 0) {
     RaiseError(E_FAIL, u"QelDDE.Initialize", u"No se pudo inicializar la biblioteca DDE%n%1",
@@ -285,8 +282,7 @@ uint32_t DdeCallback(uint32_t type, uint32_t format, uint32_t conversation, uint
         Chaining(u"QelDDE.XtypConnect:", [&] { XtypConnect(hsz1, hsz2, data2, result); });
         break;
       case kXtypWildConnect:
-        Chaining(u"QelDDE.XtypWildConnect:",
-                 [&] { XtypWildConnect(hsz1, hsz2, data2, result); });
+        Chaining(u"QelDDE.XtypWildConnect:", [&] { XtypWildConnect(hsz1, hsz2, data2, result); });
         break;
       case kXtypAdvStart:
         Chaining(u"QelDDE.XtypAdvstart:", [&] { XtypAdvStart(format, hsz1, hsz2, result); });

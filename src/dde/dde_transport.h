@@ -41,14 +41,14 @@ inline constexpr uint32_t kXtypWildConnect = 0x20E2;
 inline constexpr uint32_t kXtypError = 0x8002;
 inline constexpr uint32_t kXtypMonitor = 0x80F2;
 
-inline constexpr uint32_t kCfText = 1;       // the only clipboard format served
+inline constexpr uint32_t kCfText = 1;        // the only clipboard format served
 inline constexpr uint32_t kDdeFack = 0x8000;  // poke and execute accepted
 
 // Limits on what one client may send or hold.
-inline constexpr size_t kMaxDataBytes = 1 << 20;           // a poked or executed block
-inline constexpr size_t kMaxNameUnits = 255;               // a topic or item name
+inline constexpr size_t kMaxDataBytes = 1 << 20;  // a poked or executed block
+inline constexpr size_t kMaxNameUnits = 255;      // a topic or item name
 inline constexpr size_t kMaxConversationsPerPeer = 256;
-inline constexpr size_t kMaxConversations = 4096;          // all peers together
+inline constexpr size_t kMaxConversations = 4096;  // all peers together
 inline constexpr size_t kMaxAdviseLoopsPerConversation = 1024;
 
 class DdeTransport {

@@ -64,14 +64,13 @@ uint32_t InProcessTransport::Connect(TextView service, TextView topic, TextView 
   return conversations_.Open(peer, hsz_topic.release());
 }
 
-std::vector<std::pair<Text, Text>> InProcessTransport::WildConnect(TextView service,
-                                                                   TextView topic,
+std::vector<std::pair<Text, Text>> InProcessTransport::WildConnect(TextView service, TextView topic,
                                                                    bool same_instance) {
   std::vector<std::pair<Text, Text>> pairs;
   ScopedString hsz_service(service);
   ScopedString hsz_topic(topic);
-  const uint32_t hdata = DdeCallback(kXtypWildConnect, 0, 0, hsz_topic.get(), hsz_service.get(),
-                                     0, 0, same_instance ? 1 : 0);
+  const uint32_t hdata = DdeCallback(kXtypWildConnect, 0, 0, hsz_topic.get(), hsz_service.get(), 0,
+                                     0, same_instance ? 1 : 0);
   if (const DataBlock* block = DataOf(hdata)) {
     for (size_t at = 0; at + 8 <= block->bytes.size(); at += 8) {
       const uint32_t s = ReadHandle(block->bytes, at);
@@ -152,8 +151,8 @@ bool InProcessTransport::AdviseStop(uint32_t conversation, TextView item, TextVi
 }
 
 uint32_t InProcessTransport::Transact(uint32_t type, uint32_t format, uint32_t conversation,
-                                      uint32_t hsz1, uint32_t hsz2, uint32_t hdata,
-                                      uint32_t data1, uint32_t data2) {
+                                      uint32_t hsz1, uint32_t hsz2, uint32_t hdata, uint32_t data1,
+                                      uint32_t data2) {
   return DdeCallback(type, format, conversation, hsz1, hsz2, hdata, data1, data2);
 }
 

@@ -55,8 +55,8 @@ class InProcessTransport final : public DdeTransport,
   // The peer's conversations end, as when a client goes away.
   size_t Vanish(TextView peer);
   // The bytes of the reply; nullopt when the service gave no data.
-  std::optional<ByteArray> Request(uint32_t conversation, TextView item,
-                                   uint32_t format = kCfText, TextView peer = u"client");
+  std::optional<ByteArray> Request(uint32_t conversation, TextView item, uint32_t format = kCfText,
+                                   TextView peer = u"client");
   // The service's result (kDdeFack or 0). Empty `data` travels as no data handle at all.
   uint32_t Poke(uint32_t conversation, TextView item, std::span<const uint8_t> data,
                 uint32_t format = kCfText, TextView peer = u"client");

@@ -12,11 +12,12 @@ namespace qel {
 namespace internal {
 
 CollectionKey::CollectionKey(const Variant& key)
-    : by_position(key.IsNumeric()), position(by_position ? CLng(key) : 0),
+    : by_position(key.IsNumeric()),
+      position(by_position ? CLng(key) : 0),
       name(by_position ? Text() : CStr(key)) {}
 
 std::shared_ptr<QelDdeItems> DdeItemsInternal::Make(TextView service_name, TextView topic_name,
-                                                     uint32_t topic_handle) {
+                                                    uint32_t topic_handle) {
   auto items = std::make_shared<QelDdeItems>();
   items->service_name_ = service_name;
   items->topic_name_ = topic_name;

@@ -157,9 +157,8 @@ TEST_F(QelDdeTest, QueryItemCreatesTheItemOnlyForAValue) {
 TEST_F(QelDdeTest, LateBoundEventsKeepTheirHandlesApart) {
   auto topic = dde_->Topics()->Add(u"T");
   std::vector<std::string> seen;
-  const uint64_t e = topic->ConnectEvent(u"Execute", [&](std::span<Variant> a) {
-    seen.push_back("E:" + ToUtf8(a[0].Get<Text>()));
-  });
+  const uint64_t e = topic->ConnectEvent(
+      u"Execute", [&](std::span<Variant> a) { seen.push_back("E:" + ToUtf8(a[0].Get<Text>())); });
   const uint64_t c = topic->ConnectEvent(u"ChangeItem", [&](std::span<Variant> a) {
     seen.push_back("C:" + ToUtf8(a[0].Get<Text>()) + "=" + ToUtf8(a[1].Get<Text>()));
   });
@@ -212,9 +211,8 @@ TEST_F(QelDdeTest, InitializeFailuresLeaveNoServiceRunning) {
   EXPECT_EQ(ErrorOf([&] { dde_->Initialize(u"Caja"); }),
             "-2147467259|QelDDE.Initialize|No se pudo inicializar la biblioteca DDE\r\nError "
             "interno de la biblioteca");
-  internal::SetTransportFactoryForTesting([] {
-    return std::make_shared<internal::InProcessTransport>();
-  });
+  internal::SetTransportFactoryForTesting(
+      [] { return std::make_shared<internal::InProcessTransport>(); });
   EXPECT_EQ(ErrorOf([&] { dde_->Initialize(Text(256, u'x')); }),
             "16390|QelDDE.CreateString|No se pudo crear Texto DDE\r\nParámetro inválido");
   EXPECT_EQ(internal::InstanceId(), 0u);

@@ -74,32 +74,39 @@ uint64_t QelDdeTopic::ConnectEvent(TextView name, GenericHandler handler) {
     return Tagged(ExecuteEvent.Connect([handler = std::move(handler)](const Text& command) {
       Variant args[] = {Variant(command)};
       handler(args);
-    }), kExecuteTag);
+    }),
+                  kExecuteTag);
   }
   if (EqualsNoCase(name, u"QueryItem")) {
     return Tagged(QueryItemEvent.Connect(
-        [handler = std::move(handler)](const Text& item_name, Variant& item_data) {
-          Variant args[] = {Variant(item_name), item_data};
-          handler(args);
-          item_data = std::move(args[1]);  // passed by reference
-        }), kQueryItemTag);
+                      [handler = std::move(handler)](const Text& item_name, Variant& item_data) {
+                        Variant args[] = {Variant(item_name), item_data};
+                        handler(args);
+                        item_data = std::move(args[1]);  // passed by reference
+                      }),
+                  kQueryItemTag);
   }
   if (EqualsNoCase(name, u"ChangeItem")) {
-    return Tagged(ChangeItemEvent.Connect(
-        [handler = std::move(handler)](const Text& item_name, const Variant& item_data) {
-          Variant args[] = {Variant(item_name), item_data};
-          handler(args);
-        }), kChangeItemTag);
+    return Tagged(ChangeItemEvent.Connect([handler = std::move(handler)](const Text& item_name,
+                                                                         const Variant& item_data) {
+      Variant args[] = {Variant(item_name), item_data};
+      handler(args);
+    }),
+                  kChangeItemTag);
   }
   return Object::ConnectEvent(name, std::move(handler));
 }
 
 bool QelDdeTopic::DisconnectEvent(uint64_t handle) {
   switch (handle & 3) {
-    case kExecuteTag: return ExecuteEvent.Disconnect(handle >> 2);
-    case kQueryItemTag: return QueryItemEvent.Disconnect(handle >> 2);
-    case kChangeItemTag: return ChangeItemEvent.Disconnect(handle >> 2);
-    default: return false;
+    case kExecuteTag:
+      return ExecuteEvent.Disconnect(handle >> 2);
+    case kQueryItemTag:
+      return QueryItemEvent.Disconnect(handle >> 2);
+    case kChangeItemTag:
+      return ChangeItemEvent.Disconnect(handle >> 2);
+    default:
+      return false;
   }
 }
 
@@ -129,8 +136,7 @@ QelDdeTopics::TopicPtr QelDdeTopics::Item(const Variant& key) const {
   const internal::CollectionKey k(key);
   if (auto topic = internal::FindByKey(*list_, k)) return topic;
   RaiseError(k.by_position ? kErrSubscript : kErrInvalidCall, u"QelDdeTopics.Item",
-             u"Tópico DDE '%1' no existe",
-             {k.by_position ? Variant(k.position) : Variant(k.name)});
+             u"Tópico DDE '%1' no existe", {k.by_position ? Variant(k.position) : Variant(k.name)});
 }
 
 QelDdeTopics::TopicPtr QelDdeTopics::Find(const Variant& key) const {

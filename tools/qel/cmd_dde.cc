@@ -137,12 +137,11 @@ int Advise(Client& client, const char* topic, const char* item, long count) {
   GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
   AdviseState state{loop, count, conversation};
   const guint subscription = g_dbus_connection_signal_subscribe(
-      client.connection(), client.bus_name().c_str(), kDdeBusInterface, "Advise",
-      kDdeBusObjectPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE, OnAdvise, &state, nullptr);
-  const guint watch =
-      g_bus_watch_name_on_connection(client.connection(), client.bus_name().c_str(),
-                                     G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr, OnServiceGone,
-                                     &state, nullptr);
+      client.connection(), client.bus_name().c_str(), kDdeBusInterface, "Advise", kDdeBusObjectPath,
+      nullptr, G_DBUS_SIGNAL_FLAGS_NONE, OnAdvise, &state, nullptr);
+  const guint watch = g_bus_watch_name_on_connection(client.connection(), client.bus_name().c_str(),
+                                                     G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+                                                     OnServiceGone, &state, nullptr);
   int status = kExitOk;
   try {
     client.Call("StartAdvise", g_variant_new("(us)", conversation, item), "()");
@@ -199,8 +198,7 @@ int RunDde(std::span<char* const> args) {
   if (verb == "request") {
     ExpectArgs(rest, 3, "request");
     Client client(rest[0]);
-    GVariantPtr reply =
-        client.Call("RequestOnce", g_variant_new("(ss)", rest[1], rest[2]), "(ay)");
+    GVariantPtr reply = client.Call("RequestOnce", g_variant_new("(ss)", rest[1], rest[2]), "(ay)");
     GVariantPtr data(g_variant_get_child_value(reply.get(), 0));
     std::printf("%s\n", TextOf(data.get()).c_str());
     return kExitOk;

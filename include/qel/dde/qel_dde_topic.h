@@ -70,8 +70,8 @@ class QEL_EXPORT QelDdeTopic final : public Object {
   // Raises Execute.
   void Execute(TextView command);
 
-  Event<const Text&> ExecuteEvent;                   // late-bound name "Execute"
-  Event<const Text&, Variant&> QueryItemEvent;       // "QueryItem"
+  Event<const Text&> ExecuteEvent;                     // late-bound name "Execute"
+  Event<const Text&, Variant&> QueryItemEvent;         // "QueryItem"
   Event<const Text&, const Variant&> ChangeItemEvent;  // "ChangeItem"
 
   uint64_t ConnectEvent(TextView name, GenericHandler handler) override;
