@@ -10,6 +10,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "qel/dde/qel_dde.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_field.h"
 #include "qel/fields/qel_record_fields.h"
@@ -59,6 +60,11 @@ struct Classes {
   PyClass<QelTimer> timer;
   PyClass<QelTransfer> transfer;
   PyClass<QelInet> inet;
+  PyClass<QelDde> dde;
+  PyClass<QelDdeTopics> dde_topics;
+  PyClass<QelDdeTopic> dde_topic;
+  PyClass<QelDdeItems> dde_items;
+  PyClass<QelDdeItem> dde_item;
 };
 
 Classes DeclareClasses(py::module_& m);
@@ -98,6 +104,12 @@ void BindWaitFunctions(py::module_& m);
 // Internet client.
 void BindInetEnums(py::module_& m);
 void BindQelInet(PyClass<QelInet>& c);
+// DDE service.
+void BindQelDde(PyClass<QelDde>& c);
+void BindQelDdeTopics(PyClass<QelDdeTopics>& c);
+void BindQelDdeTopic(PyClass<QelDdeTopic>& c);
+void BindQelDdeItems(PyClass<QelDdeItems>& c);
+void BindQelDdeItem(PyClass<QelDdeItem>& c);
 
 // Runs a Python callable from library code: a QelError it raises becomes the same qel::Error,
 // so that the library's error rules apply to it; any other Python error propagates as is.

@@ -59,7 +59,10 @@ void PyHandler::Call(std::span<Variant> args) {
   CallPython([&] {
     py::tuple t(args.size());
     for (size_t i = 0; i < args.size(); ++i) t[i] = FromVariant(args[i]);
-    fn(*t);
+    // A value returned stands for the last argument, which events that pass it by reference
+    // (QelDdeTopic's QueryItem) take back; None leaves the argument as it was.
+    py::object returned = fn(*t);
+    if (!returned.is_none() && !args.empty()) args.back() = returned.cast<Variant>();
   });
 }
 

@@ -101,6 +101,30 @@ Classes DeclareClasses(py::module_& m) {
           "Events (obj.Connect(name, handler)):\n"
           "  Progress(BytesReceived, BytesTotal): while a body arrives; BytesTotal is the "
           "announced length, 0 when none. A handler that raises stops the request."),
+      .dde = PyClass<QelDde>(
+          m, "QelDde",
+          "The DDE-style service of the calling thread: Initialize(ServiceName) publishes it "
+          "on the D-Bus session bus as 'org.qelstd.Dde1.' + the name in lower case (see the "
+          "README); transactions arrive from the thread's GLib loop (GLib.MainLoop, GTK) or "
+          "inside QelWaiter.WaitForEvent."),
+      .dde_topics = PyClass<QelDdeTopics>(
+          m, "QelDdeTopics",
+          "The topics of a service, keyed by name (case-insensitive) or 1-based position. "
+          "topics[key] is Item(key), iteration walks a snapshot."),
+      .dde_topic = PyClass<QelDdeTopic>(
+          m, "QelDdeTopic",
+          "A topic of the service with its items and three events: 'Execute'(Command), "
+          "'QueryItem'(ItemName, ItemData) and 'ChangeItem'(ItemName, ItemData). A QueryItem "
+          "handler supplies the item's value by returning it (a str, or bytes taken as "
+          "Windows-1252 text); returning None refuses the advise."),
+      .dde_items = PyClass<QelDdeItems>(
+          m, "QelDdeItems",
+          "The items of a topic, keyed by name (case-insensitive) or 1-based position. "
+          "items[key] is Item(key), iteration walks a snapshot."),
+      .dde_item = PyClass<QelDdeItem>(
+          m, "QelDdeItem",
+          "An item of a topic holding its current value as Windows-1252 text with a "
+          "terminating zero (Data)."),
   };
 }
 
@@ -145,4 +169,9 @@ PYBIND11_MODULE(_qelstd, m) {
 
   BindInetEnums(m);
   BindQelInet(c.inet);
+  BindQelDde(c.dde);
+  BindQelDdeTopics(c.dde_topics);
+  BindQelDdeTopic(c.dde_topic);
+  BindQelDdeItems(c.dde_items);
+  BindQelDdeItem(c.dde_item);
 }

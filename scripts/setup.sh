@@ -14,6 +14,7 @@ packages=(
   dpkg-dev file help2man
   gnucobol3
   libcurl4-openssl-dev openssl curl
+  dbus-daemon libglib2.0-bin systemd
 )
 
 missing=()

@@ -1,6 +1,7 @@
 // The creatable classes by name. Each subsystem adds its classes to kClasses.
 #include <memory>
 
+#include "qel/dde/qel_dde.h"
 #include "qel/fields/qel_record_data.h"
 #include "qel/fields/qel_record_fields.h"
 #include "qel/frame/error.h"
@@ -48,6 +49,7 @@ constexpr ClassEntry kClasses[] = {
     {u"QelTimer", &Make<QelTimer>},
     {u"QelTransfer", &Make<QelTransfer>},
     {u"QelInet", &Make<QelInet>},
+    {u"QelDde", &Make<QelDde>},
 };
 
 }  // namespace

@@ -2,6 +2,9 @@
 #ifndef QEL_QELSTD_H_
 #define QEL_QELSTD_H_
 
+#include "qel/dde/qel_dde.h"
+#include "qel/dde/qel_dde_item.h"
+#include "qel/dde/qel_dde_topic.h"
 #include "qel/fields/field_types.h"
 #include "qel/fields/layout_digest.h"
 #include "qel/fields/qel_record_data.h"

@@ -15,6 +15,8 @@ Conventions:
   - An optional argument left out is not the same as qelstd.Empty passed explicitly.
   - Events: obj.Connect("Change", handler) returns a handle for obj.Disconnect(handle).
     A handler that refers back to its object is collected with it by the garbage collector.
+    An event argument passed by reference is the handler's return value (a QelDdeTopic
+    "QueryItem" handler returns the item's value; None leaves it unset).
 """
 import enum as _enum
 import sys as _sys

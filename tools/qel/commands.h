@@ -15,6 +15,7 @@ int RunProps(std::span<char* const> args);
 int RunEval(std::span<char* const> args);
 int RunUrl(std::span<char* const> args);
 int RunHttp(std::span<char* const> args);
+int RunDde(std::span<char* const> args);
 
 }  // namespace qel::cli
 

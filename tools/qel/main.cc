@@ -24,6 +24,7 @@ constexpr Command kCommands[] = {
     {"eval", "evalúa una fórmula sobre un registro", qel::cli::RunEval},
     {"url", "separa y combina URL", qel::cli::RunUrl},
     {"http", "pide una URL por HTTP o HTTPS (get, post)", qel::cli::RunHttp},
+    {"dde", "cliente de servicios DDE del bus de sesión", qel::cli::RunDde},
 };
 
 void PrintHelp(std::FILE* out) {

@@ -1,0 +1,72 @@
+#include "dde/dde_handles.h"
+
+#include <gtest/gtest.h>
+
+#include "dde/dde_module.h"
+
+namespace qel::internal {
+namespace {
+
+TEST(DdeStringTable, SameTextWithoutRegardToCaseIsOneHandleUntilTheLastRelease) {
+  StringTable t;
+  const uint32_t a = t.Acquire(u"Precios");
+  EXPECT_NE(a, 0u);
+  EXPECT_EQ(t.Acquire(u"PRECIOS"), a);
+  EXPECT_NE(t.Acquire(u"Stock"), a);
+  EXPECT_EQ(*t.Find(a), u"Precios");  // the text it was first made with
+  EXPECT_TRUE(t.Release(a));
+  EXPECT_NE(t.Find(a), nullptr);
+  EXPECT_TRUE(t.Release(a));
+  EXPECT_EQ(t.Find(a), nullptr);
+  EXPECT_FALSE(t.Release(a));
+  EXPECT_FALSE(t.Release(0));
+  EXPECT_NE(t.Acquire(u"Precios"), a);  // a released handle is not handed out again at once
+}
+
+TEST(DdeDataTable, HandlesAreLiveUntilReleased) {
+  DataTable t;
+  const uint32_t a = t.Add({{1, 2, 0}, 7, kCfText, true});
+  const uint32_t b = t.Add({{0}, 7, kCfText, false});
+  EXPECT_NE(a, b);
+  ASSERT_NE(t.Find(a), nullptr);
+  EXPECT_EQ(t.Find(a)->bytes, (ByteArray{1, 2, 0}));
+  EXPECT_TRUE(t.Release(a));
+  EXPECT_EQ(t.Find(a), nullptr);
+  EXPECT_FALSE(t.Release(a));
+  EXPECT_EQ(t.size(), 1u);
+}
+
+TEST(DdeErrorText, TableLetterForLetter) {
+  const struct {
+    uint32_t code;
+    const char* text;
+  } cases[] = {
+      {0, "Operación exitosa"},
+      {0x4000, "Expiró tiempo para inicar notificaciones"},
+      {0x4001, "Servidor está ocupado"},
+      {0x4002, "Expiró tiempo de acceso a data"},
+      {0x4003, "Biblioteca no ha sido inicializada"},
+      {0x4004, "Operación no permitida en servidores de monitoreo"},
+      {0x4005, "Expiró tiempo para execución de comando"},
+      {0x4006, "Parámetro inválido"},
+      {0x4007, "No hay memoria suficiente"},
+      {0x4008, "No se pudo obtener memoria"},
+      {0x4009, "Requerimiento no se completó"},
+      {0x400A, "No se pudo establecer una conversación"},
+      {0x400B, "Expiró tiempo de modificación de data"},
+      {0x400C, "Operación PostMessage falló"},
+      {0x400D, "Operación reentrante"},
+      {0x400E, "Servidor terminó sus servicios"},
+      {0x400F, "Error interno de la biblioteca"},
+      {0x4010, "Expiró tiempo para finalizar notificaciones"},
+      {0x4011, "Identificador de transacción inválido"},
+      {0x4012, "Código de error DDE desconocido: 4012"},
+      {0x3FFF, "Código de error DDE desconocido: 3FFF"},
+      {0xABCDEF01, "Código de error DDE desconocido: ABCDEF01"},
+      {1, "Código de error DDE desconocido: 1"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(ToUtf8(DdeErrorText(c.code)), c.text) << c.code;
+}
+
+}  // namespace
+}  // namespace qel::internal
