@@ -25,11 +25,12 @@ namespace qel::internal {
 namespace {
 
 constexpr size_t kGranule = 16;
-constexpr size_t kClassCount = kMaxPooledBytes / kGranule;
 
 std::atomic<size_t> mapped_chunks{0};
 
 #ifndef QEL_POOL_USES_SYSTEM
+
+constexpr size_t kClassCount = kMaxPooledBytes / kGranule;
 
 // A chunk starts with this header; its blocks follow. Chunks are aligned to kChunkBytes, so a
 // block finds its chunk by clearing the low bits of its address.
