@@ -11,6 +11,8 @@
 //   AdviseFanOut/100     one change advised to 100 peers (separate connections), from the
 //                        client's Execute that makes it until every peer has its signal;
 //                        counter notify_ms: the service's NotifyChange alone
+//   BareFanOut/100       the floor of that: a bare method emitting one unicast signal to
+//                        each of the 100 peers, until every peer has its signal
 //
 // The program starts its own dbus-daemon (--session, a private address); nothing touches the
 // developer's bus.
@@ -89,7 +91,9 @@ GDBusConnection* Connect() {
 const char kBareXml[] =
     "<node><interface name='org.qelstd.Bench'><method name='Nothing'>"
     "<arg type='u' direction='in'/><arg type='s' direction='in'/>"
-    "<arg type='ay' direction='out'/></method></interface></node>";
+    "<arg type='ay' direction='out'/></method>"
+    "<method name='Fan'><arg type='as' direction='in'/></method>"
+    "<signal name='Tick'><arg type='ay'/></signal></interface></node>";
 
 // The service thread: a QelDde "Bench" with topic "Precios" (items answer "1200"; the command
 // "notify" advises "Pan") and, on a connection of its own, the bare object, both served by a
@@ -131,9 +135,25 @@ class ServiceThread {
     GDBusConnection* bare = Connect();
     GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kBareXml, nullptr);
     static const GDBusInterfaceVTable vtable = {
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-           GDBusMethodInvocation* invocation, gpointer) {
+        [](GDBusConnection* connection, const char*, const char*, const char*,
+           const char* method, GVariant* args, GDBusMethodInvocation* invocation, gpointer) {
           static const char kValue[] = "1200";
+          if (std::string(method) == "Fan") {
+            // The bare fan-out: one unicast signal to each name given.
+            GVariantIter* names = nullptr;
+            const char* dest = nullptr;
+            g_variant_get(args, "(as)", &names);
+            while (g_variant_iter_next(names, "&s", &dest)) {
+              g_dbus_connection_emit_signal(
+                  connection, dest, "/org/qelstd/Bench", "org.qelstd.Bench", "Tick",
+                  g_variant_new("(@ay)",
+                                g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kValue, 5, 1)),
+                  nullptr);
+            }
+            g_variant_iter_free(names);
+            g_dbus_method_invocation_return_value(invocation, nullptr);
+            return;
+          }
           g_dbus_method_invocation_return_value(
               invocation,
               g_variant_new("(@ay)", g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kValue, 5, 1)));
@@ -284,6 +304,47 @@ void BM_AdviseFanOut(benchmark::State& state) {
   g_main_context_unref(context);
 }
 BENCHMARK(BM_AdviseFanOut)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+// The same fan-out with no library: a bare method that emits one unicast signal to each of the
+// peers, from the call until every peer has dispatched its signal.
+void BM_BareFanOut(benchmark::State& state) {
+  Env();
+  const int peers = static_cast<int>(state.range(0));
+  GMainContext* context = g_main_context_new();
+  g_main_context_push_thread_default(context);
+  int received = 0;
+  std::vector<GDBusConnection*> connections;
+  GVariantBuilder names;
+  g_variant_builder_init(&names, G_VARIANT_TYPE("as"));
+  for (int i = 0; i < peers; ++i) {
+    GDBusConnection* c = Connect();
+    connections.push_back(c);
+    g_dbus_connection_signal_subscribe(
+        c, nullptr, "org.qelstd.Bench", "Tick", "/org/qelstd/Bench", nullptr,
+        G_DBUS_SIGNAL_FLAGS_NONE,
+        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+           gpointer n) { ++*static_cast<int*>(n); },
+        &received, nullptr);
+    g_variant_builder_add(&names, "s", g_dbus_connection_get_unique_name(c));
+  }
+  GVariant* args = g_variant_ref_sink(g_variant_new("(as)", &names));
+  for (auto _ : state) {
+    received = 0;
+    g_variant_unref(Call(connections[0], "org.qelstd.Bench", "/org/qelstd/Bench",
+                         "org.qelstd.Bench", "Fan", args));
+    while (received < peers) g_main_context_iteration(context, TRUE);
+  }
+  g_variant_unref(args);
+  for (GDBusConnection* c : connections) {
+    g_dbus_connection_close_sync(c, nullptr, nullptr);
+    g_object_unref(c);
+  }
+  while (g_main_context_iteration(context, FALSE)) {
+  }
+  g_main_context_pop_thread_default(context);
+  g_main_context_unref(context);
+}
+BENCHMARK(BM_BareFanOut)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
