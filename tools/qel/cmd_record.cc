@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -280,6 +281,21 @@ void WidenAnsi(std::string_view bytes, std::span<char16_t> units,
   for (; i < bytes.size(); ++i) units[i] = table[static_cast<unsigned char>(bytes[i])];
 }
 
+// Runs `body` for the input line at `where`. A library error or unusable input is reported
+// with its place (once: a message that already starts with it keeps it) and gives false.
+bool ReportingFailures(const std::string& where, const std::function<void()>& body) {
+  try {
+    body();
+    return true;
+  } catch (const qel::Error& e) {
+    ReportError(e, where);
+  } catch (const std::runtime_error& e) {
+    const std::string text = e.what();
+    ReportFailure(text.rfind(where, 0) == 0 ? text : where + ": " + text);
+  }
+  return false;
+}
+
 int Convert(const ParsedArgs& args) {
   if (!args.Has("layout")) throw UsageError("falta --layout");
   if (!args.Has("from") || !args.Has("to")) throw UsageError("faltan --from y --to");
@@ -321,24 +337,21 @@ int Convert(const ParsedArgs& args) {
     ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
       bytes += line.size() + 1;
       if (line.find_first_not_of(" \t") == std::string_view::npos) return true;
-      try {
-        if (from == "jsonl") {
-          record->Initialize();
-          FillFromJson(*record, ParseJson(line));
-        } else if (!csv.Load(line, where)) {
-          return true;
-        }
-        writer.Write(buffer);
-      } catch (const qel::Error& e) {
+      bool wrote = false;
+      if (!ReportingFailures(where, [&] {
+            if (from == "jsonl") {
+              record->Initialize();
+              FillFromJson(*record, ParseJson(line));
+            } else if (!csv.Load(line, where)) {
+              return;
+            }
+            writer.Write(buffer);
+            wrote = true;
+          })) {
         failed = true;
-        ReportError(e, where);
-        return false;
-      } catch (const std::runtime_error& e) {
-        failed = true;
-        const std::string text = e.what();
-        ReportFailure(text.rfind(where, 0) == 0 ? text : where + ": " + text);
         return false;
       }
+      if (!wrote) return true;
       Drain(buffer, out);
       progress.Tick(++count, bytes);
       return true;
@@ -361,24 +374,19 @@ int Decode(const ParsedArgs& args) {
   bool failed = false;
   ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
     if (line.empty()) return true;
-    try {
-      const Text text = FromUtf8(line);
-      if (text.find(kHeaderSeparator) != Text::npos) {
-        record->UnSerialize(text);
-      } else {
-        if (text.size() != static_cast<size_t>(record->Length())) {
-          throw std::runtime_error(LengthMismatch(text.size(), *record));
-        }
-        record->SetData(Variant(text));
-      }
-      writer.Write(buffer);
-    } catch (const qel::Error& e) {
+    if (!ReportingFailures(where, [&] {
+          const Text text = FromUtf8(line);
+          if (text.find(kHeaderSeparator) != Text::npos) {
+            record->UnSerialize(text);
+          } else {
+            if (text.size() != static_cast<size_t>(record->Length())) {
+              throw std::runtime_error(LengthMismatch(text.size(), *record));
+            }
+            record->SetData(Variant(text));
+          }
+          writer.Write(buffer);
+        })) {
       failed = true;
-      ReportError(e, where);
-      return false;
-    } catch (const std::runtime_error& e) {
-      failed = true;
-      ReportFailure(where + ": " + e.what());
       return false;
     }
     Drain(buffer, out);
@@ -430,28 +438,23 @@ int Encode(const ParsedArgs& args) {
     open = false;
   };
   ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
-    try {
-      if (line.find_first_not_of(" \t") == std::string_view::npos) {
-        flush();
-        return true;
-      }
-      if (!open) record->Initialize();
-      if (line.front() == '{') {
-        if (open) throw std::runtime_error("un registro JSON dentro de líneas CAMPO=valor");
-        FillFromJson(*record, ParseJson(line));
-        open = true;
-        flush();
-      } else {
-        SetKeyValue(*record, line);
-        open = true;
-      }
-    } catch (const qel::Error& e) {
+    if (!ReportingFailures(where, [&] {
+          if (line.find_first_not_of(" \t") == std::string_view::npos) {
+            flush();
+            return;
+          }
+          if (!open) record->Initialize();
+          if (line.front() == '{') {
+            if (open) throw std::runtime_error("un registro JSON dentro de líneas CAMPO=valor");
+            FillFromJson(*record, ParseJson(line));
+            open = true;
+            flush();
+          } else {
+            SetKeyValue(*record, line);
+            open = true;
+          }
+        })) {
       failed = true;
-      ReportError(e, where);
-      return false;
-    } catch (const std::runtime_error& e) {
-      failed = true;
-      ReportFailure(where + ": " + e.what());
       return false;
     }
     Drain(buffer, out);
