@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "frame/unit_scan.h"
+#include "frame/utf8_write.h"
 
 namespace qel {
 namespace {
@@ -79,34 +80,71 @@ Text FromUtf8(std::string_view s) {
   return out;
 }
 
-std::string ToUtf8(TextView t) {
-  std::string out;
-  out.reserve(t.size());
-  for (size_t i = 0; i < t.size(); ++i) {
-    char32_t cp = t[i];
-    if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < t.size() && t[i + 1] >= 0xDC00 &&
-        t[i + 1] <= 0xDFFF) {
-      cp = 0x10000 + ((cp - 0xD800) << 10) + (t[i + 1] - 0xDC00);
-      ++i;
-    } else if (cp >= 0xD800 && cp <= 0xDFFF) {
-      cp = kReplacement;
-    }
-    if (cp < 0x80) {
-      out.push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+namespace internal {
+
+namespace {
+
+// The code point at t[*i], a surrogate pair joined or an unpaired surrogate replaced; *i moves
+// to the pair's second unit.
+char32_t CodePointAt(TextView t, size_t* i) {
+  const char32_t c = t[*i];
+  if (c < 0xD800 || c > 0xDFFF) return c;
+  if (c <= 0xDBFF && *i + 1 < t.size() && t[*i + 1] >= 0xDC00 && t[*i + 1] <= 0xDFFF) {
+    ++*i;
+    return 0x10000 + ((c - 0xD800) << 10) + (t[*i] - 0xDC00);
+  }
+  return kReplacement;
+}
+
+}  // namespace
+
+char* WriteUtf8(TextView t, char* out) {
+  // Most text is ASCII: narrow it all in one pass that vectorises, and encode from the first
+  // unit that is not only when one is there.
+  char16_t any = 0;
+  for (size_t k = 0; k < t.size(); ++k) {
+    any |= t[k];
+    out[k] = static_cast<char>(t[k]);
+  }
+  if (any < 0x80) return out + t.size();
+  size_t i = 0;
+  while (t[i] < 0x80) ++i;
+  out += i;
+  for (; i < t.size(); ++i) {
+    const char16_t c = t[i];
+    if (c < 0x80) {  // the classes in the order of their frequency in Latin texts
+      *out++ = static_cast<char>(c);
+    } else if (c < 0x800) {
+      *out++ = static_cast<char>(0xC0 | (c >> 6));
+      *out++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else if (const char32_t cp = CodePointAt(t, &i); cp < 0x10000) {
+      *out++ = static_cast<char>(0xE0 | (cp >> 12));
+      *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+      *out++ = static_cast<char>(0x80 | (cp & 0x3F));
     } else {
-      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+      *out++ = static_cast<char>(0xF0 | (cp >> 18));
+      *out++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+      *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+      *out++ = static_cast<char>(0x80 | (cp & 0x3F));
     }
   }
+  return out;
+}
+
+size_t Utf8Length(TextView t) {
+  size_t n = 0;
+  for (size_t i = 0; i < t.size(); ++i) {
+    const char32_t cp = CodePointAt(t, &i);
+    n += cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+  }
+  return n;
+}
+
+}  // namespace internal
+
+std::string ToUtf8(TextView t) {
+  std::string out(internal::Utf8Length(t), '\0');
+  internal::WriteUtf8(t, out.data());
   return out;
 }
 

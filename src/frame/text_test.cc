@@ -30,6 +30,11 @@ TEST(Encodings, Utf8RoundTripIncludingAstralAndMalformed) {
   EXPECT_EQ(FromUtf8("\xC3"), u"\uFFFD");         // cut sequence
   EXPECT_EQ(FromUtf8("\xE0\x80\x80"), u"\uFFFD");  // overlong
   EXPECT_EQ(ToUtf8(Text(1, char16_t(0xD800))), "\xEF\xBF\xBD");
+  // Unpaired surrogates anywhere (a low one alone, a high one before a letter or at the end)
+  // each become U+FFFD; the ASCII before them is kept.
+  Text broken = u"ab";
+  broken += {char16_t(0xDC00), char16_t(0xD834), u'x', char16_t(0xD834)};
+  EXPECT_EQ(ToUtf8(broken), "ab\xEF\xBF\xBD\xEF\xBF\xBDx\xEF\xBF\xBD");
 }
 
 // The validator accepts exactly what FromUtf8 decodes without a replacement character.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -288,6 +289,30 @@ void Output::Commit() {
     const int err = failed ? saved : errno;
     std::remove(temp_.c_str());
     throw std::runtime_error(path_ + ": " + std::strerror(err));
+  }
+}
+
+char* OutputBlock::Room(size_t n) {
+  if (capacity_ - size_ < n) {
+    const size_t capacity = std::max(size_ + n, std::max(kBlock, 2 * capacity_));
+    auto data = std::make_unique_for_overwrite<char[]>(capacity);
+    if (size_ > 0) std::memcpy(data.get(), data_.get(), size_);
+    data_ = std::move(data);
+    capacity_ = capacity;
+  }
+  return data_.get() + size_;
+}
+
+void OutputBlock::Append(std::string_view bytes) {
+  char* at = Room(bytes.size());
+  if (!bytes.empty()) std::memcpy(at, bytes.data(), bytes.size());
+  size_ += bytes.size();
+}
+
+void OutputBlock::Drain(bool all) {
+  if (size_ > 0 && (all || size_ >= kBlock)) {
+    out_.Write(std::string_view(data_.get(), size_));
+    size_ = 0;
   }
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -110,6 +111,30 @@ class Output {
   std::string path_;
   std::string temp_;
   std::FILE* file_ = nullptr;
+};
+
+// Output gathered a block at a time for an Output: formatters either append whole texts or
+// write through a pointer (Room, then Commit), so a record's fields go into the block without
+// a check of its size for each byte.
+class OutputBlock {
+ public:
+  explicit OutputBlock(Output& out) : out_(out) {}
+
+  // A place for up to `n` bytes after what the block holds; valid until the next call.
+  char* Room(size_t n);
+  // Keeps what was written at Room's place up to `end`.
+  void Commit(const char* end) { size_ = static_cast<size_t>(end - data_.get()); }
+  void Append(std::string_view bytes);
+  // Writes the block to the output once it holds kBlock bytes or more; with `all`, whatever
+  // it holds.
+  void Drain(bool all = false);
+
+ private:
+  static constexpr size_t kBlock = size_t{1} << 16;
+  Output& out_;
+  std::unique_ptr<char[]> data_;
+  size_t size_ = 0;
+  size_t capacity_ = 0;
 };
 
 // A progress line on stderr ("\r12.345 registros, 250.000 registros/s, 37 %"), shown only

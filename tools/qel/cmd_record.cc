@@ -7,6 +7,7 @@
 // into the output buffer; the other directions store values through the fields (SetValue), so
 // the library checks every value. A record that fails stops the command with the line it came
 // from; an output file is then left as it was.
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -53,7 +54,8 @@ Format ParseFormat(const std::string& name) {
   return Format::kFixed;
 }
 
-// Writes the current record of a layout in one of the output forms.
+// Writes the current record of a layout in one of the output forms, straight into an output
+// block: each record's room is reserved once, then every value is written in place.
 class RecordWriter {
  public:
   RecordWriter(const std::shared_ptr<QelRecord>& record, Format format)
@@ -65,28 +67,36 @@ class RecordWriter {
     size_t width = 0;
     for (const Column& c : columns_) width = std::max(width, c.name.size());
     width_ = static_cast<int>(width);
-  }
-
-  // The CSV header line; empty for the other forms.
-  std::string Header() const {
-    if (format_ != Format::kCsv) return {};
-    std::string line;
+    // A column takes at most its value quoted, its name (as a JSON key, a CSV header or a
+    // table's label with its padding) and a few marks around it.
+    row_bytes_ = static_cast<size_t>(record->Length()) + 16;  // the fixed form
     for (const Column& c : columns_) {
-      if (!line.empty()) line.push_back(',');
-      const size_t from = line.size();
-      line += c.name;
-      QuoteCsvTail(line, from);
+      row_bytes_ += kQuotedBytesPerByte * reader_.MaxBytes(c.position) + 2 * width + 16;
     }
-    return line + "\n";
+    for (const JsonMember& m : json_) row_bytes_ += m.key.size() + 4 * static_cast<size_t>(m.occurrences);
   }
 
-  void Write(std::string& out) {
-    switch (format_) {
-      case Format::kJson: WriteJson(out); break;
-      case Format::kCsv: WriteCsv(out); break;
-      case Format::kTable: WriteTable(out); break;
-      case Format::kFixed: WriteFixed(out); break;
+  // The CSV header line; nothing for the other forms.
+  void WriteHeader(OutputBlock& out) const {
+    if (format_ != Format::kCsv) return;
+    char* p = out.Room(row_bytes_);
+    for (size_t k = 0; k < columns_.size(); ++k) {
+      if (k > 0) *p++ = ',';
+      p = QuoteCsv(p, Put(columns_[k].name, p));
     }
+    *p++ = '\n';
+    out.Commit(p);
+  }
+
+  void Write(OutputBlock& out) {
+    char* p = out.Room(row_bytes_);
+    switch (format_) {
+      case Format::kJson: p = WriteJson(p); break;
+      case Format::kCsv: p = WriteCsv(p); break;
+      case Format::kTable: p = WriteTable(p); break;
+      case Format::kFixed: p = WriteFixed(p); break;
+    }
+    out.Commit(p);
   }
 
  private:
@@ -96,6 +106,15 @@ class RecordWriter {
     std::vector<JsonMember> members;  // of a list
     int32_t occurrences = 1;
   };
+
+  static char* Put(std::string_view text, char* p) {
+    std::memcpy(p, text.data(), text.size());
+    return p + text.size();
+  }
+
+  bool IsText(int32_t position) const {
+    return IsTextType(types_[static_cast<size_t>(position - 1)]);
+  }
 
   void PlanJson(const QelRecordFields& fields) {
     auto key = [](const QelRecordField& f) { return "\"" + ToUtf8(f.Name()) + "\":"; };
@@ -114,69 +133,68 @@ class RecordWriter {
     }
   }
 
-  void JsonValueOf(int32_t position, int32_t index, std::string& out) {
-    const size_t from = out.size();
-    if (!reader_.Append(position, index, out)) {
-      out += "null";
-    } else if (!IsNumberType(types_[static_cast<size_t>(position - 1)])) {
-      QuoteJsonTail(out, from);
-    }
+  char* JsonValueOf(int32_t position, int32_t index, char* p) const {
+    char* end = reader_.Write(position, index, p);
+    if (end == nullptr) return Put("null", p);
+    return IsNumberType(types_[static_cast<size_t>(position - 1)]) ? end : QuoteJson(p, end);
   }
 
-  void WriteJson(std::string& out) {
-    out.push_back('{');
-    bool first = true;
-    for (const JsonMember& m : json_) {
-      if (!first) out.push_back(',');
-      first = false;
-      out += m.key;
+  char* WriteJson(char* p) const {
+    *p++ = '{';
+    for (size_t k = 0; k < json_.size(); ++k) {
+      const JsonMember& m = json_[k];
+      if (k > 0) *p++ = ',';
+      p = Put(m.key, p);
       if (m.members.empty()) {
-        JsonValueOf(m.position, 1, out);
+        p = JsonValueOf(m.position, 1, p);
         continue;
       }
-      out.push_back('[');
+      *p++ = '[';
       for (int32_t i = 1; i <= m.occurrences; ++i) {
-        if (i > 1) out.push_back(',');
-        out.push_back('{');
-        for (size_t k = 0; k < m.members.size(); ++k) {
-          if (k > 0) out.push_back(',');
-          out += m.members[k].key;
-          JsonValueOf(m.members[k].position, i, out);
+        if (i > 1) *p++ = ',';
+        *p++ = '{';
+        for (size_t n = 0; n < m.members.size(); ++n) {
+          if (n > 0) *p++ = ',';
+          p = Put(m.members[n].key, p);
+          p = JsonValueOf(m.members[n].position, i, p);
         }
-        out.push_back('}');
+        *p++ = '}';
       }
-      out.push_back(']');
+      *p++ = ']';
     }
-    out += "}\n";
+    return Put("}\n", p);
   }
 
-  void WriteCsv(std::string& out) {
-    bool first = true;
-    for (const Column& c : columns_) {
-      if (!first) out.push_back(',');
-      first = false;
-      const size_t from = out.size();
-      reader_.Append(c.position, c.index, out);
+  char* WriteCsv(char* p) const {
+    for (size_t k = 0; k < columns_.size(); ++k) {
+      const Column& c = columns_[k];
+      if (k > 0) *p++ = ',';
+      char* end = reader_.Write(c.position, c.index, p);
       // Numbers, dates and RUTs never hold a comma, a quote or a line end.
-      if (IsTextType(types_[static_cast<size_t>(c.position - 1)])) QuoteCsvTail(out, from);
+      if (end != nullptr) p = IsText(c.position) ? QuoteCsv(p, end) : end;
     }
-    out.push_back('\n');
+    *p++ = '\n';
+    return p;
   }
 
-  void WriteTable(std::string& out) {
-    if (records_++ > 0) out.push_back('\n');
+  char* WriteTable(char* p) {
+    if (records_++ > 0) *p++ = '\n';
     for (const Column& c : columns_) {
-      out += c.name;
-      out.append(static_cast<size_t>(width_) + 2 - c.name.size(), ' ');
-      reader_.Append(c.position, c.index, out);
-      out.push_back('\n');
+      p = Put(c.name, p);
+      const size_t pad = static_cast<size_t>(width_) + 2 - c.name.size();
+      std::memset(p, ' ', pad);
+      p += pad;
+      if (char* end = reader_.Write(c.position, c.index, p)) p = end;
+      *p++ = '\n';
     }
+    return p;
   }
 
-  void WriteFixed(std::string& out) {
+  char* WriteFixed(char* p) const {
     record_->Fields()->RecordData()->Pad(record_->Length());
-    out += ToAnsi(TextView(record_->Data()).substr(0, static_cast<size_t>(record_->Length())));
-    out.push_back('\n');
+    p = Put(ToAnsi(TextView(record_->Data()).substr(0, static_cast<size_t>(record_->Length()))), p);
+    *p++ = '\n';
+    return p;
   }
 
   std::shared_ptr<QelRecord> record_;
@@ -186,16 +204,9 @@ class RecordWriter {
   std::vector<int32_t> types_;
   std::vector<JsonMember> json_;
   int width_ = 0;
+  size_t row_bytes_ = 0;
   uint64_t records_ = 0;
 };
-
-// Flushes the buffer to the output when it has grown past a block.
-void Drain(std::string& buffer, Output& out, bool all = false) {
-  if (all || buffer.size() >= (size_t{1} << 16)) {
-    out.Write(buffer);
-    buffer.clear();
-  }
-}
 
 std::string LengthMismatch(size_t got, const QelRecord& record) {
   return "el registro tiene " + std::to_string(got) + " caracteres y el layout " +
@@ -264,21 +275,19 @@ const std::array<char16_t, 256>& AnsiTable() {
   return table;
 }
 
-// Windows-1252 bytes into UTF-16 units: eight at a time where all eight are ASCII (most of a
-// record's text), through the table elsewhere.
+// Windows-1252 bytes into UTF-16 units. Below 0x80 and from 0xA0 on, a byte is its own code
+// point; widen every byte in one pass that vectorises, and go through the table for the bytes
+// 0x80..0x9F (quotes, the euro sign) only when one was seen.
 void WidenAnsi(std::string_view bytes, std::span<char16_t> units,
                const std::array<char16_t, 256>& table) {
-  size_t i = 0;
-  for (; i + 8 <= bytes.size(); i += 8) {
-    uint64_t block;
-    std::memcpy(&block, bytes.data() + i, 8);
-    if ((block & 0x8080808080808080u) == 0) {
-      for (size_t k = 0; k < 8; ++k) units[i + k] = static_cast<unsigned char>(bytes[i + k]);
-    } else {
-      for (size_t k = 0; k < 8; ++k) units[i + k] = table[static_cast<unsigned char>(bytes[i + k])];
-    }
+  bool c1 = false;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const auto b = static_cast<unsigned char>(bytes[i]);
+    c1 |= (b & 0xE0) == 0x80;
+    units[i] = b;
   }
-  for (; i < bytes.size(); ++i) units[i] = table[static_cast<unsigned char>(bytes[i])];
+  if (!c1) return;
+  for (size_t i = 0; i < bytes.size(); ++i) units[i] = table[static_cast<unsigned char>(bytes[i])];
 }
 
 // Runs `body` for the input line at `where`. A library error or unusable input is reported
@@ -306,7 +315,8 @@ int Convert(const ParsedArgs& args) {
   RecordWriter writer(record, ParseFormat(to));
   const size_t length = static_cast<size_t>(record->Length());
   Output out(args.Get("o", "-"));
-  std::string buffer = writer.Header();
+  OutputBlock block(out);
+  writer.WriteHeader(block);
   uint64_t count = 0, bytes = 0;
   Progress progress("registros", TotalSize(args.operands));
   bool failed = false;
@@ -322,13 +332,13 @@ int Convert(const ParsedArgs& args) {
       }
       WidenAnsi(line, data->Overwrite(length), table);
       try {
-        writer.Write(buffer);
+        writer.Write(block);
       } catch (const qel::Error& e) {
         failed = true;
         ReportError(e, Where(file, number));
         return false;
       }
-      Drain(buffer, out);
+      block.Drain();
       progress.Tick(++count, bytes);
       return true;
     }, &bytes);
@@ -345,21 +355,21 @@ int Convert(const ParsedArgs& args) {
             } else if (!csv.Load(line, where)) {
               return;
             }
-            writer.Write(buffer);
+            writer.Write(block);
             wrote = true;
           })) {
         failed = true;
         return false;
       }
       if (!wrote) return true;
-      Drain(buffer, out);
+      block.Drain();
       progress.Tick(++count, bytes);
       return true;
     });
   }
   progress.Finish();
   if (failed) return kExitFailed;
-  Drain(buffer, out, true);
+  block.Drain(true);
   out.Commit();
   return kExitOk;
 }
@@ -370,7 +380,8 @@ int Decode(const ParsedArgs& args) {
   auto record = LoadLayout(args.Get("layout"));
   RecordWriter writer(record, ParseFormat(format));
   Output out(args.Get("o", "-"));
-  std::string buffer = writer.Header();
+  OutputBlock block(out);
+  writer.WriteHeader(block);
   bool failed = false;
   ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
     if (line.empty()) return true;
@@ -384,16 +395,16 @@ int Decode(const ParsedArgs& args) {
             }
             record->SetData(Variant(text));
           }
-          writer.Write(buffer);
+          writer.Write(block);
         })) {
       failed = true;
       return false;
     }
-    Drain(buffer, out);
+    block.Drain();
     return true;
   });
   if (failed) return kExitFailed;
-  Drain(buffer, out, true);
+  block.Drain(true);
   out.Commit();
   return kExitOk;
 }
@@ -429,12 +440,12 @@ int Encode(const ParsedArgs& args) {
   auto record = LoadLayout(args.Get("layout"));
   SetSign(*record, args, "default");
   Output out(args.Get("o", "-"));
-  std::string buffer;
+  OutputBlock block(out);
   bool failed = false, open = false;
   auto flush = [&] {
     if (!open) return;
-    buffer += ToUtf8(record->Serialize());
-    buffer.push_back('\n');
+    block.Append(ToUtf8(record->Serialize()));
+    block.Append("\n");
     open = false;
   };
   ForEachLine(args.operands, [&](std::string_view line, const std::string& where) {
@@ -457,12 +468,12 @@ int Encode(const ParsedArgs& args) {
       failed = true;
       return false;
     }
-    Drain(buffer, out);
+    block.Drain();
     return true;
   });
   if (failed) return kExitFailed;
   flush();
-  Drain(buffer, out, true);
+  block.Drain(true);
   out.Commit();
   return kExitOk;
 }

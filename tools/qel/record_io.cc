@@ -1,5 +1,7 @@
 #include "record_io.h"
 
+#include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 #include "cli.h"
@@ -10,6 +12,18 @@
 
 namespace qel::cli {
 namespace {
+
+// Rewrites [begin, end) between double quotes into `length` bytes from the end towards the
+// start, each byte through `put(c, dst)`, which writes its form ending just before dst and
+// returns the form's start. Going backwards lets the longer text overwrite the shorter.
+template <typename Put>
+char* RewriteBackwards(char* begin, char* end, size_t length, Put put) {
+  char* dst = begin + length;
+  *--dst = '"';
+  for (char* src = end; src != begin;) dst = put(*--src, dst);
+  *--dst = '"';
+  return begin + length;
+}
 
 class JsonParser {
  public:
@@ -219,52 +233,48 @@ std::vector<Column> Columns(const QelRecordFields& fields) {
   return columns;
 }
 
-void QuoteJsonTail(std::string& out, size_t from) {
-  static constexpr char kHex[] = "0123456789abcdef";
-  size_t i = from;
-  while (i < out.size() && out[i] != '"' && out[i] != '\\' &&
-         static_cast<unsigned char>(out[i]) >= 0x20) {
-    ++i;
+char* QuoteJson(char* begin, char* end) {
+  size_t length = 2;
+  for (const char* p = begin; p != end; ++p) {
+    const auto u = static_cast<unsigned char>(*p);
+    length += *p == '"' || *p == '\\' ? 2 : u < 0x20 ? 6 : 1;
   }
-  if (i == out.size()) {  // nothing to escape: the common case
-    out.insert(out.begin() + static_cast<std::ptrdiff_t>(from), '"');
-    out.push_back('"');
-    return;
+  const auto n = static_cast<size_t>(end - begin);
+  if (length == n + 2) {  // nothing to escape: the common case
+    std::memmove(begin + 1, begin, n);
+    *begin = '"';
+    begin[n + 1] = '"';
+    return begin + length;
   }
-  const std::string raw = out.substr(from);
-  out.resize(from);
-  out.push_back('"');
-  for (const char c : raw) {
+  return RewriteBackwards(begin, end, length, [](char c, char* dst) {
+    static constexpr char kHex[] = "0123456789abcdef";
     const auto u = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out.push_back('\\');
-      out.push_back(c);
-    } else if (u < 0x20) {
-      out += "\\u00";
-      out.push_back(kHex[u >> 4]);
-      out.push_back(kHex[u & 15]);
-    } else {
-      out.push_back(c);
+    if (u < 0x20) {
+      dst -= 6;
+      std::memcpy(dst, "\\u00", 4);
+      dst[4] = kHex[u >> 4];
+      dst[5] = kHex[u & 15];
+      return dst;
     }
-  }
-  out.push_back('"');
+    *--dst = c;
+    if (c == '"' || c == '\\') *--dst = '\\';
+    return dst;
+  });
 }
 
-void QuoteCsvTail(std::string& out, size_t from) {
-  bool plain = true;
-  for (size_t i = from; i < out.size(); ++i) {
-    const char c = out[i];
-    plain = plain && c != ',' && c != '"' && c != '\r' && c != '\n';
+char* QuoteCsv(char* begin, char* end) {
+  bool special = false;
+  for (const char* p = begin; p != end; ++p) {  // without branches: it vectorises
+    special |= *p == ',' || *p == '"' || *p == '\r' || *p == '\n';
   }
-  if (plain) return;
-  const std::string raw = out.substr(from);
-  out.resize(from);
-  out.push_back('"');
-  for (const char c : raw) {
-    if (c == '"') out.push_back('"');
-    out.push_back(c);
-  }
-  out.push_back('"');
+  if (!special) return end;
+  const auto quotes = static_cast<size_t>(std::count(begin, end, '"'));
+  const auto length = static_cast<size_t>(end - begin) + quotes + 2;
+  return RewriteBackwards(begin, end, length, [](char c, char* dst) {
+    *--dst = c;
+    if (c == '"') *--dst = '"';
+    return dst;
+  });
 }
 
 bool SplitCsv(std::string_view line, std::vector<std::string>& fields) {

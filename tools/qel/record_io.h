@@ -45,10 +45,13 @@ inline bool IsTextType(int32_t type) {
   return type == qelTypeText || type == qelTypeAlpha || type == qelTypeList;
 }
 
-// Makes the text appended to `out` from `from` on a JSON string (quotes included).
-void QuoteJsonTail(std::string& out, size_t from);
-// Makes the text appended to `out` from `from` on a CSV field (quoted only when it must be).
-void QuoteCsvTail(std::string& out, size_t from);
+// The quoting below works in place on text just written to a buffer, which must have room
+// after the text for the quoted form: at most kQuotedBytesPerByte bytes a byte, plus two.
+inline constexpr size_t kQuotedBytesPerByte = 6;  // a control character in JSON: \u001f
+// Makes the UTF-8 text at [begin, end) a JSON string (quotes included); returns its new end.
+char* QuoteJson(char* begin, char* end);
+// Makes the text at [begin, end) a CSV field, quoted only when it must be; returns its new end.
+char* QuoteCsv(char* begin, char* end);
 // Splits one CSV line into fields; false for a quote left open or text after a closing quote.
 bool SplitCsv(std::string_view line, std::vector<std::string>& fields);
 
