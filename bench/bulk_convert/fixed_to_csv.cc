@@ -4,7 +4,11 @@
 // writes (texts without trailing blanks in UTF-8, numbers as "-1234.5", dates as YYYY-MM-DD,
 // RUTs dashed) but checks nothing: no RUT check digits, no dates, no quoting of texts.
 //
-//   fixed_to_csv IN OUT
+// With --copy it converts nothing: each field's bytes, trailing blanks cut, are copied between
+// the commas. That is the floor of any converter of these files on the machine: reading the
+// input, cutting it into fields and writing the output.
+//
+//   fixed_to_csv [--copy] IN OUT
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -130,8 +134,16 @@ void Rut(const char* p, int n, std::string& out) {
   out.push_back(p[n - 1]);
 }
 
+bool copy_only = false;
+
+void Copy(const char* p, int n, std::string& out) {
+  while (n > 0 && p[n - 1] == ' ') --n;
+  out.append(p, static_cast<size_t>(n));
+}
+
 void Put(const Field& f, const char* record, std::string& out) {
   const char* p = record + f.offset;
+  if (copy_only) return Copy(p, f.length, out);
   switch (f.kind) {
     case kText: Text(p, f.length, out); break;
     case kNumber: Number(p, f.length, f.decimals, out); break;
@@ -143,10 +155,12 @@ void Put(const Field& f, const char* record, std::string& out) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "uso: fixed_to_csv ENTRADA SALIDA\n");
+  copy_only = argc == 4 && std::strcmp(argv[1], "--copy") == 0;
+  if (argc != 3 + copy_only) {
+    std::fprintf(stderr, "uso: fixed_to_csv [--copy] ENTRADA SALIDA\n");
     return 2;
   }
+  argv += copy_only;
   std::FILE* in = std::fopen(argv[1], "rb");
   std::FILE* out = std::fopen(argv[2], "wb");
   if (in == nullptr || out == nullptr) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The bulk conversion benchmark: 1,000,000 records of cliente.cpy (40 fields, a list of 10
 occurrences, 659 characters) converted fixed -> CSV by qel record convert, by the hand-written
-fixed_to_csv.cc and by the GnuCOBOL program fixed_to_csv.cob, each run three times; prints
+fixed_to_csv.cc and by the GnuCOBOL program fixed_to_csv.cob, beside the floor (fixed_to_csv
+--copy: the fields' bytes copied between commas, nothing converted), each run three times; prints
 records/s and MB/s (of input) for the median run, by wall clock and by CPU time.
 
     bench/bulk_convert/run.py BUILD_DIR [RECORDS] [WORK_DIR]
@@ -49,6 +50,8 @@ def main():
         "qel record convert": ([qel, "record", "convert", "--layout", sig, "--from", "fixed",
                                 "--to", "csv", data, "-o", os.path.join(work, "qel.csv")], None),
         "C++ a mano (offsets fijos, to_chars)": ([hand, data, os.path.join(work, "hand.csv")], None),
+        "piso: copiar los campos sin convertir": ([hand, "--copy", data, os.path.join(work, "copy.csv")],
+                                                   None),
     }
     cobc = shutil.which("cobc")
     if cobc:

@@ -114,6 +114,16 @@ def test_decode_formats_of_link_texts_and_bare_data(qel, sig, fixed_file):
     assert table.out.splitlines()[2].split() == ["RUT", json.loads(want)["RUT"]]
 
 
+def test_texts_are_escaped_for_json_and_quoted_for_csv(qel, sig):
+    value = 'a\tb"c\\d,e\x01'
+    link = qel("record", "encode", "--layout", sig, input=json.dumps({"CLIENTE": value}) + "\n")
+    js = qel("record", "decode", "--layout", sig, "--format", "json", input=link.out)
+    assert '"CLIENTE":"a\\u0009b\\"c\\\\d,e\\u0001"' in js.out
+    assert json.loads(js.out)["CLIENTE"] == value
+    csv = qel("record", "decode", "--layout", sig, "--format", "csv", input=link.out)
+    assert csv.out.splitlines()[1].startswith('"a\tb""c\\d,e\x01",')
+
+
 def test_encode_key_value_blocks(qel, sig):
     r = qel("record", "encode", "--layout", sig,
             input="CLIENTE=Ana\nCANT(2)=7\n\nrut = 7654321-6\n")
