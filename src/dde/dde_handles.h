@@ -16,6 +16,7 @@
 #include <unordered_map>
 
 #include "dde/named_list.h"
+#include "frame/keyed_hash.h"
 #include "qel/frame/text.h"
 #include "qel/frame/variant.h"
 
@@ -38,7 +39,7 @@ class StringTable {
     uint32_t references;
   };
   std::unordered_map<uint32_t, Entry> by_handle_;
-  std::unordered_map<Text, uint32_t, NoCaseHash, NoCaseEqual> by_text_;
+  std::unordered_map<Text, uint32_t, KeyedTextHashNoCase, TextEqualNoCase> by_text_;
   uint32_t last_ = 0;
 };
 

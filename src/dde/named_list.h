@@ -20,13 +20,6 @@
 
 namespace qel::internal {
 
-struct NoCaseHash {
-  size_t operator()(TextView t) const { return static_cast<size_t>(KeyedHashNoCase(t)); }
-};
-struct NoCaseEqual {
-  bool operator()(TextView a, TextView b) const { return EqualsNoCase(a, b); }
-};
-
 template <class T>
 class NamedList {
  public:
@@ -65,7 +58,7 @@ class NamedList {
 
  private:
   std::vector<Ptr> order_;
-  std::unordered_map<Text, Ptr, NoCaseHash, NoCaseEqual> index_;
+  std::unordered_map<Text, Ptr, KeyedTextHashNoCase, TextEqualNoCase> index_;
 };
 
 // A collection key: a number (Integer, Long, Single, Double, Currency, Decimal, Byte) is a

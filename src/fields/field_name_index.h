@@ -16,17 +16,8 @@
 namespace qel {
 
 struct QelRecordFields::NameIndex {
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(TextView name) const noexcept {
-      return static_cast<size_t>(internal::KeyedHashNoCase(name));
-    }
-  };
-  struct Equal {
-    using is_transparent = void;
-    bool operator()(TextView a, TextView b) const noexcept { return EqualsNoCase(a, b); }
-  };
-  std::unordered_map<Text, int32_t, Hash, Equal> positions;
+  std::unordered_map<Text, int32_t, internal::KeyedTextHashNoCase, internal::TextEqualNoCase>
+      positions;
 };
 
 }  // namespace qel

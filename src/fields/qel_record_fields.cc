@@ -140,11 +140,9 @@ class VerifiedLayouts {
   }
 
  private:
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(TextView t) const { return static_cast<size_t>(internal::KeyedHash(t)); }
-  };
-  std::unordered_map<Text, std::shared_ptr<const ParsedLayout>, Hash, std::equal_to<>> by_text_;
+  std::unordered_map<Text, std::shared_ptr<const ParsedLayout>, internal::KeyedTextHash,
+                     std::equal_to<>>
+      by_text_;
   std::deque<TextView> order_;  // views of the map's keys, which do not move
 };
 

@@ -7,6 +7,7 @@
 #ifndef QEL_SRC_FRAME_KEYED_HASH_H_
 #define QEL_SRC_FRAME_KEYED_HASH_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -20,6 +21,23 @@ uint64_t KeyedHash(TextView text);
 // The keyed hash of `text` with each unit folded by UpperChar: two texts that EqualsNoCase
 // finds equal hash alike.
 uint64_t KeyedHashNoCase(TextView text);
+
+// Hash objects for unordered containers keyed by Text, looked up by Text or TextView
+// (transparent): KeyedTextHash with std::equal_to<>, KeyedTextHashNoCase with TextEqualNoCase.
+struct KeyedTextHash {
+  using is_transparent = void;
+  size_t operator()(TextView text) const noexcept { return static_cast<size_t>(KeyedHash(text)); }
+};
+struct KeyedTextHashNoCase {
+  using is_transparent = void;
+  size_t operator()(TextView text) const noexcept {
+    return static_cast<size_t>(KeyedHashNoCase(text));
+  }
+};
+struct TextEqualNoCase {
+  using is_transparent = void;
+  bool operator()(TextView a, TextView b) const noexcept { return EqualsNoCase(a, b); }
+};
 
 // SipHash-c-d of `bytes` under `key` (16 bytes), for checking the rounds against the published
 // test vectors.

@@ -98,12 +98,8 @@ void QelLayoutFields::Initialize(TextView name) {
 void QelLayoutFields::Add(TextView name, int32_t data_type, int32_t length,
                           const Variant& precision, const Variant& default_value) {
   QelLayoutField field(name, data_type, length, precision, default_value);
-  if (field.DataType() != qelTypeListEnd) {
-    for (const auto& f : fields_) {
-      if (f.DataType() != qelTypeListEnd && f.Name() == field.Name()) {
-        RaiseRuntime(kErrDuplicateKey);
-      }
-    }
+  if (field.DataType() != qelTypeListEnd && !names_.insert(field.Name()).second) {
+    RaiseRuntime(kErrDuplicateKey);
   }
   fields_.push_back(std::move(field));
 }

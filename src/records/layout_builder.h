@@ -15,8 +15,11 @@
 #define QEL_SRC_RECORDS_LAYOUT_BUILDER_H_
 
 #include <cstdint>
+#include <functional>
+#include <unordered_set>
 #include <vector>
 
+#include "frame/keyed_hash.h"
 #include "qel/frame/variant.h"
 
 namespace qel::internal {
@@ -62,6 +65,9 @@ class QelLayoutFields {
  private:
   Text name_;
   std::vector<QelLayoutField> fields_;
+  // The names of the fields that are keyed (all but list ends), so that a long declaration
+  // checks each new name in constant time.
+  std::unordered_set<Text, KeyedTextHash, std::equal_to<>> names_;
 };
 
 }  // namespace qel::internal

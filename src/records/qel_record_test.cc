@@ -145,6 +145,25 @@ TEST(QelRecordLayout, OverflowingSizesRaise6) {
   EXPECT_EQ(Catch([&] { r.EndLayout(false); }).Number(), kErrOverflow);
 }
 
+// A declaration read from a file may be long: each new name is checked against the others in
+// constant time, so eight times the fields cost about eight times as much, not 64.
+TEST(QelRecordLayout, ManyFieldsDeclareInLinearTime) {
+  const auto seconds = [](int count) {
+    double best = 1e9;
+    for (int k = 0; k < 3; ++k) {
+      QelRecord r;
+      r.DefLayout(u"LARGO");
+      const double t0 = testing::ThreadCpuSeconds();
+      for (int i = 0; i < count; ++i) r.AddField(u"F" + CStr(Variant(i)), qelTypeText, 1);
+      best = std::min(best, testing::ThreadCpuSeconds() - t0);
+      EXPECT_EQ(Catch([&] { r.AddField(u"f0", qelTypeText, 1); }).Number(), kErrDuplicateKey);
+    }
+    return best;
+  };
+  const double eighth = seconds(8192), all = seconds(65536);
+  EXPECT_LT(all, 24 * eighth + 0.005) << eighth << " " << all;
+}
+
 TEST(QelRecordLayout, SameFieldsAtAnotherTimeShareTheChecksum) {
   const Text a = OrderRecord()->Layout();
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));

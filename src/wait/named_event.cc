@@ -4,6 +4,7 @@
 // holds more entries than there are live events.
 #include "wait/named_event.h"
 
+#include <functional>
 #include <unordered_map>
 
 #include "frame/keyed_hash.h"
@@ -11,13 +12,9 @@
 namespace qel::internal {
 namespace {
 
-struct NameHash {
-  size_t operator()(const Text& name) const { return static_cast<size_t>(KeyedHash(name)); }
-};
-
 struct Registry {
   std::mutex mu;
-  std::unordered_map<Text, std::weak_ptr<NamedEvent>, NameHash> events;
+  std::unordered_map<Text, std::weak_ptr<NamedEvent>, KeyedTextHash, std::equal_to<>> events;
 };
 
 Registry& Events() {

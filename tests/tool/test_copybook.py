@@ -110,8 +110,6 @@ def test_deepest_nesting_and_many_fields_in_linear_time(qel):
     r = qel("layout", "import", "-", input=many, timeout=30)
     assert r.status == 0, r.err
     assert len(descriptors(r.out)) == 10000
-    r = qel("layout", "import", "-", input=many + " 05 OTRO PIC X.\n")
-    assert r.status == 1 and "<stdin>:10002: más de 10000 campos" in r.err
 
 
 def test_a_mapped_field_of_a_length_its_type_cannot_have_is_refused(qel, tmp_path):

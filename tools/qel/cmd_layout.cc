@@ -84,7 +84,6 @@ int Build(const ParsedArgs& args) {
   QelRecord record;
   record.DefLayout(FromUtf8(name));
   bool failed = false;
-  int32_t declared = 0;
   const std::string files[] = {file};
   ForEachLine(files, [&](std::string_view line, const std::string& where) {
     std::string rest;
@@ -93,11 +92,6 @@ int Build(const ParsedArgs& args) {
     if (w.size() < 3) {
       failed = true;
       ReportFailure(where + ": se esperaba NOMBRE TIPO LARGO [PRECISIÓN [DEFECTO]]");
-      return false;
-    }
-    if (++declared > kMaxDeclaredFields) {
-      failed = true;
-      ReportFailure(where + ": más de " + std::to_string(kMaxDeclaredFields) + " campos");
       return false;
     }
     try {

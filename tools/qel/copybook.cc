@@ -319,9 +319,6 @@ class Reader {
 
   void Add(QelRecord& record, const Item& item, const std::string& name, int32_t type,
            int32_t length, const Variant& precision) {
-    if (++declared_ > kMaxDeclaredFields) {
-      Fail(item.line, "más de " + std::to_string(kMaxDeclaredFields) + " campos");
-    }
     try {
       record.AddField(FromUtf8(name), type, length, precision);
     } catch (const qel::Error& e) {
@@ -361,7 +358,6 @@ class Reader {
   std::vector<Token> tokens_;
   size_t next_ = 0;
   int fillers_ = 0;
-  int32_t declared_ = 0;
   std::set<std::string> used_;
 };
 

@@ -13,9 +13,8 @@
 // text), edited or scaled pictures, SIGN SEPARATE, OCCURS DEPENDING, OCCURS on an elementary
 // item, and OCCURS inside OCCURS (lists do not nest).
 //
-// Size limits: the copybook is read whole, in one pass; at most kMaxDeclaredFields fields
-// (record_io.h), a picture's repeat count up to kMaxRecordLength, and the record as a whole
-// held to the library's limits by EndLayout.
+// Size limits: the copybook is read whole, in one pass; a picture's repeat count up to
+// kMaxRecordLength, and the record as a whole held to the library's limits by EndLayout.
 #ifndef QEL_TOOLS_QEL_COPYBOOK_H_
 #define QEL_TOOLS_QEL_COPYBOOK_H_
 

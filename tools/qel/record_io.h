@@ -24,11 +24,6 @@ namespace qel::cli {
 // itself when the argument starts with "SD:". The library's errors name what is wrong.
 std::shared_ptr<QelRecord> LoadLayout(const std::string& file_or_text);
 
-// Declarations read from files (qel layout build, qel layout import) may declare at most this
-// many fields: the layout definition checks each new name against all before it, so the time
-// grows with the square of the count. Host records of a few thousand characters hold far fewer.
-inline constexpr int32_t kMaxDeclaredFields = 10000;
-
 // A column of a layout's flat form: the field at 1-based `position`, its occurrence, and the
 // column's name (NAME, or NAME_i inside a list). List begins and ends have no column.
 struct Column {
