@@ -11,30 +11,10 @@
 #include "qel/frame/date.h"
 #include "qel/frame/decimal.h"
 #include "qel/records/qel_record.h"
+#include "records/record_text_testing.h"
 
 namespace qel::internal {
 namespace {
-
-// What Value gives, written in the reader's plain form; "!<number>" for an error.
-std::string Reference(const QelRecordField& f, int32_t index, bool* present) {
-  *present = false;
-  Variant v;
-  try {
-    v = f.Value(index);
-  } catch (const Error& e) {
-    return "!" + std::to_string(e.Number());
-  }
-  if (v.IsNull()) return "";
-  *present = true;
-  if (v.type() == VarType::kDecimal) return v.Get<Decimal>().ToAscii();
-  if (v.type() == VarType::kDate) {
-    const DateParts p = SplitDate(v.Get<Date>());
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", p.year, p.month, p.day);
-    return buf;
-  }
-  return ToUtf8(CStr(v));
-}
 
 std::string Actual(const RecordTextReader& reader, int32_t position, int32_t index,
                    bool* present) {
@@ -161,7 +141,7 @@ TEST(RecordTextReader, AgreesWithValueOnRandomRecords) {
       const auto& f = *fields->Item(Variant(p));
       for (int32_t i = 1; i <= f.Occurrences(); ++i) {
         bool want_present, got_present;
-        const std::string want = Reference(f, i, &want_present);
+        const std::string want = PlainTextForTesting(f, i, &want_present);
         const std::string got = Actual(reader, p, i, &got_present);
         ASSERT_EQ(got, want) << ToUtf8(f.Name()) << "(" << i << ") slot ["
                              << ToUtf8(rec->Data()) << "]";
