@@ -22,7 +22,6 @@
 namespace qel {
 namespace {
 
-
 // The slot without its trailing blanks; slots are short, so a plain loop beats a call.
 inline TextView TrimEnd(TextView t) {
   size_t n = t.size();
