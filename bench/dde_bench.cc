@@ -257,23 +257,58 @@ void BM_DbusVsBare(benchmark::State& state) {
 }
 BENCHMARK(BM_DbusVsBare)->UseRealTime();
 
-void BM_AdviseFanOut(benchmark::State& state) {
-  Fixture& env = Env();
-  const int peers = static_cast<int>(state.range(0));
-  const std::string name = qel::DdeBusName(u"Bench");
-  GMainContext* context = g_main_context_new();
-  g_main_context_push_thread_default(context);
-  int received = 0;
-  std::vector<GDBusConnection*> connections;
-  for (int i = 0; i < peers; ++i) {
+// Peers of a fan-out on their own thread-default main context: each a bus connection counting
+// the signals it is sent; closed and drained when the benchmark ends.
+class Peers {
+ public:
+  Peers() : context_(g_main_context_new()) { g_main_context_push_thread_default(context_); }
+  ~Peers() {
+    for (GDBusConnection* c : connections_) {
+      g_dbus_connection_close_sync(c, nullptr, nullptr);
+      g_object_unref(c);
+    }
+    while (g_main_context_iteration(context_, FALSE)) {
+    }
+    g_main_context_pop_thread_default(context_);
+    g_main_context_unref(context_);
+  }
+  Peers(const Peers&) = delete;
+  Peers& operator=(const Peers&) = delete;
+
+  // A new peer that counts the signals `member` of `interface` from `sender` on `path`.
+  GDBusConnection* Add(const char* sender, const char* interface, const char* member,
+                       const char* path) {
     GDBusConnection* c = Connect();
-    connections.push_back(c);
+    connections_.push_back(c);
     g_dbus_connection_signal_subscribe(
-        c, name.c_str(), qel::kDdeBusInterface, "Advise", qel::kDdeBusObjectPath, nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
+        c, sender, interface, member, path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
            gpointer n) { ++*static_cast<int*>(n); },
-        &received, nullptr);
+        &received_, nullptr);
+    return c;
+  }
+  GDBusConnection* first() const { return connections_.front(); }
+
+  // Runs the loop until every peer has had one more signal.
+  void AwaitOneEach() {
+    const int target = static_cast<int>(connections_.size());
+    received_ = 0;
+    while (received_ < target) g_main_context_iteration(context_, TRUE);
+  }
+
+ private:
+  GMainContext* context_;
+  std::vector<GDBusConnection*> connections_;
+  int received_ = 0;
+};
+
+void BM_AdviseFanOut(benchmark::State& state) {
+  Fixture& env = Env();
+  const std::string name = qel::DdeBusName(u"Bench");
+  Peers peers;
+  for (int64_t i = 0; i < state.range(0); ++i) {
+    GDBusConnection* c =
+        peers.Add(name.c_str(), qel::kDdeBusInterface, "Advise", qel::kDdeBusObjectPath);
     GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
                             "Connect", g_variant_new("(s)", "Precios"));
     uint32_t conv = 0;
@@ -285,23 +320,15 @@ void BM_AdviseFanOut(benchmark::State& state) {
   static const char kNotify[] = "notify";
   double notify_ms = 0;
   for (auto _ : state) {
-    received = 0;
     g_variant_unref(Call(
-        connections[0], name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "ExecuteOnce",
+        peers.first(), name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
+        "ExecuteOnce",
         g_variant_new("(s@ay)", "Precios",
                       g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, kNotify, sizeof kNotify, 1))));
-    while (received < peers) g_main_context_iteration(context, TRUE);
+    peers.AwaitOneEach();
     notify_ms += env.service.notify_us.load() / 1000.0;
   }
   state.counters["notify_ms"] = notify_ms / static_cast<double>(state.iterations());
-  for (GDBusConnection* c : connections) {
-    g_dbus_connection_close_sync(c, nullptr, nullptr);
-    g_object_unref(c);
-  }
-  while (g_main_context_iteration(context, FALSE)) {
-  }
-  g_main_context_pop_thread_default(context);
-  g_main_context_unref(context);
 }
 BENCHMARK(BM_AdviseFanOut)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecond);
 
@@ -309,40 +336,21 @@ BENCHMARK(BM_AdviseFanOut)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecon
 // peers, from the call until every peer has dispatched its signal.
 void BM_BareFanOut(benchmark::State& state) {
   Env();
-  const int peers = static_cast<int>(state.range(0));
-  GMainContext* context = g_main_context_new();
-  g_main_context_push_thread_default(context);
-  int received = 0;
-  std::vector<GDBusConnection*> connections;
+  Peers peers;
   GVariantBuilder names;
   g_variant_builder_init(&names, G_VARIANT_TYPE("as"));
-  for (int i = 0; i < peers; ++i) {
-    GDBusConnection* c = Connect();
-    connections.push_back(c);
-    g_dbus_connection_signal_subscribe(
-        c, nullptr, "org.qelstd.Bench", "Tick", "/org/qelstd/Bench", nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-           gpointer n) { ++*static_cast<int*>(n); },
-        &received, nullptr);
+  for (int64_t i = 0; i < state.range(0); ++i) {
+    GDBusConnection* c =
+        peers.Add(nullptr, "org.qelstd.Bench", "Tick", "/org/qelstd/Bench");
     g_variant_builder_add(&names, "s", g_dbus_connection_get_unique_name(c));
   }
   GVariant* args = g_variant_ref_sink(g_variant_new("(as)", &names));
   for (auto _ : state) {
-    received = 0;
-    g_variant_unref(Call(connections[0], "org.qelstd.Bench", "/org/qelstd/Bench",
+    g_variant_unref(Call(peers.first(), "org.qelstd.Bench", "/org/qelstd/Bench",
                          "org.qelstd.Bench", "Fan", args));
-    while (received < peers) g_main_context_iteration(context, TRUE);
+    peers.AwaitOneEach();
   }
   g_variant_unref(args);
-  for (GDBusConnection* c : connections) {
-    g_dbus_connection_close_sync(c, nullptr, nullptr);
-    g_object_unref(c);
-  }
-  while (g_main_context_iteration(context, FALSE)) {
-  }
-  g_main_context_pop_thread_default(context);
-  g_main_context_unref(context);
 }
 BENCHMARK(BM_BareFanOut)->Arg(100)->UseRealTime()->Unit(benchmark::kMillisecond);
 
