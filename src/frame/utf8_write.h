@@ -14,8 +14,9 @@ namespace qel::internal {
 
 inline constexpr size_t kMaxUtf8BytesPerUnit = 3;
 
-// Writes `text` as UTF-8 at `out`, which has room for kMaxUtf8BytesPerUnit bytes a unit;
-// returns the end of what it wrote.
+// Writes `text` as UTF-8 at `out` and returns the end of what it wrote. It writes nothing past
+// that end, so room for Utf8Length(text) bytes suffices; kMaxUtf8BytesPerUnit bytes a unit
+// always do.
 char* WriteUtf8(TextView text, char* out);
 
 // The number of bytes WriteUtf8 writes for `text`.
