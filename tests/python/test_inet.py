@@ -45,8 +45,6 @@ def test_split_and_combine():
     assert inet.URL == "http://" + "h" * 256 and inet.HostName == ""
     inet.Clear()
     assert inet.URL == ""
-    assert qelstd.QelInetSchemes.qelSchemeSocks == 8
-    assert qelstd.QelHttpOptions.qelHttpOptRequestGzip == 1
 
 
 def test_requests(server):
