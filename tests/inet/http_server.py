@@ -16,7 +16,6 @@ closes or --lifetime seconds pass. What a request gets depends on its path:
   /steady?chunks=N&size=S&ms=M   N chunks of S bytes, one every M ms
   /closemid                 announces 1000 bytes, sends 10 and closes
   /redirect?to=PATH         302 to PATH
-  /big?mb=N&gzip=1          N MB of text (gzipped when asked), in one go
 """
 import argparse
 import gzip
@@ -35,7 +34,6 @@ import urllib.parse
 import zlib
 
 TEXT = b"En un lugar de la Mancha, de cuyo nombre no quiero acordarme. "
-_big_cache = {}
 
 
 def text_of(size):
@@ -124,13 +122,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.connection.shutdown(socket.SHUT_RDWR)
         elif path == "/redirect":
             self.send_all(302, "Found", [("Location", arg("to", "/reply"))], b"")
-        elif path == "/big":
-            key = (arg("mb", "1"), arg("gzip", "0"))
-            if key not in _big_cache:
-                data = text_of(int(key[0]) << 20)
-                _big_cache[key] = gzip.compress(data, 6) if key[1] == "1" else data
-            headers = [("Content-Encoding", "gzip")] if key[1] == "1" else []
-            self.send_all(200, "OK", headers, _big_cache[key])
         else:
             self.send_all(404, "Not Found", [], b"")
 
