@@ -36,9 +36,10 @@ TEST(DdeDataTable, HandlesAreLiveUntilReleased) {
   EXPECT_EQ(t.size(), 1u);
 }
 
-// The texts that reach callers inside errors are asserted where those errors are raised; here
-// the two whose odd spelling is deliberate ("inicar", "execución") and codes outside the table.
-TEST(DdeErrorText, DeliberateSpellingsAndUnknownCodes) {
+// Most texts that reach callers are asserted where their errors are raised; here the two the
+// transport can return that no other test provokes, the two whose odd spelling is deliberate
+// ("inicar", "execución"), and codes outside the table.
+TEST(DdeErrorText, TextsNotProvokedElsewhereAndUnknownCodes) {
   const struct {
     uint32_t code;
     const char* text;
@@ -46,6 +47,8 @@ TEST(DdeErrorText, DeliberateSpellingsAndUnknownCodes) {
       {0, "Operación exitosa"},
       {0x4000, "Expiró tiempo para inicar notificaciones"},
       {0x4005, "Expiró tiempo para execución de comando"},
+      {0x4008, "No se pudo obtener memoria"},
+      {0x400E, "Servidor terminó sus servicios"},
       {0x4012, "Código de error DDE desconocido: 4012"},
       {0x3FFF, "Código de error DDE desconocido: 3FFF"},
       {0xABCDEF01, "Código de error DDE desconocido: ABCDEF01"},
