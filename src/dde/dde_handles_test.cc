@@ -36,34 +36,22 @@ TEST(DdeDataTable, HandlesAreLiveUntilReleased) {
   EXPECT_EQ(t.size(), 1u);
 }
 
-TEST(DdeErrorText, TableLetterForLetter) {
+// Most texts that reach callers are asserted where their errors are raised; here the two the
+// transport can return that no other test provokes, the two whose odd spelling is deliberate
+// ("inicar", "execución"), and codes outside the table.
+TEST(DdeErrorText, TextsNotProvokedElsewhereAndUnknownCodes) {
   const struct {
     uint32_t code;
     const char* text;
   } cases[] = {
       {0, "Operación exitosa"},
       {0x4000, "Expiró tiempo para inicar notificaciones"},
-      {0x4001, "Servidor está ocupado"},
-      {0x4002, "Expiró tiempo de acceso a data"},
-      {0x4003, "Biblioteca no ha sido inicializada"},
-      {0x4004, "Operación no permitida en servidores de monitoreo"},
       {0x4005, "Expiró tiempo para execución de comando"},
-      {0x4006, "Parámetro inválido"},
-      {0x4007, "No hay memoria suficiente"},
       {0x4008, "No se pudo obtener memoria"},
-      {0x4009, "Requerimiento no se completó"},
-      {0x400A, "No se pudo establecer una conversación"},
-      {0x400B, "Expiró tiempo de modificación de data"},
-      {0x400C, "Operación PostMessage falló"},
-      {0x400D, "Operación reentrante"},
       {0x400E, "Servidor terminó sus servicios"},
-      {0x400F, "Error interno de la biblioteca"},
-      {0x4010, "Expiró tiempo para finalizar notificaciones"},
-      {0x4011, "Identificador de transacción inválido"},
       {0x4012, "Código de error DDE desconocido: 4012"},
       {0x3FFF, "Código de error DDE desconocido: 3FFF"},
       {0xABCDEF01, "Código de error DDE desconocido: ABCDEF01"},
-      {1, "Código de error DDE desconocido: 1"},
   };
   for (const auto& c : cases) EXPECT_EQ(ToUtf8(DdeErrorText(c.code)), c.text) << c.code;
 }

@@ -11,17 +11,6 @@
 namespace qel::testing {
 namespace {
 
-// "number|source|description" of the error `body` raises.
-template <class F>
-std::string ErrorOf(F&& body) {
-  try {
-    body();
-  } catch (const Error& e) {
-    return std::to_string(e.Number()) + "|" + ToUtf8(e.Source()) + "|" + e.what();
-  }
-  return "no error";
-}
-
 using QelDdeTest = DdeTest;
 
 TEST_F(QelDdeTest, CollectionsAreKeyedWithoutRegardToCaseOrByPosition) {

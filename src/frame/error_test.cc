@@ -6,7 +6,6 @@
 
 #include "frame/testing.h"
 #include "qel/frame/log.h"
-#include "qel/frame/object.h"
 #include "qel/frame/template.h"
 
 namespace qel {
@@ -44,14 +43,6 @@ TEST(FormatTemplate, InsertedTextIsNotScanned) {
 TEST(FormatTemplate, ConvertsArgumentsThroughTheThreadLocale) {
   testing::ScopedLocale es("es_CL.UTF-8");
   EXPECT_EQ(Fill("%1|%2|%3|%4", {int32_t{-7}, 1.5, true, Variant()}), "-7|1,5|True|");
-}
-
-TEST(RaisePatterns, OriginRaiseFillsTheTemplate) {
-  EXPECT_EQ(ErrorOf([] {
-              RaiseError(E_INVALIDARG, u"InvalidParity",
-                         u"RUT '%1' con dígito verificador incorrecto", {"1-k"});
-            }),
-            "-2147024809|InvalidParity|RUT '1-k' con dígito verificador incorrecto");
 }
 
 TEST(RaisePatterns, ChainThreeLayersKeepsInnermostNumber) {
@@ -115,45 +106,6 @@ TEST(LogErrorEvent, EntryTextGoesToTheSink) {
   ASSERT_EQ(entries.size(), 2u);
   EXPECT_EQ(entries[0], "\r\nNumber: 80070057\r\nSource: QelDde.Callback\r\nFalló");
   EXPECT_EQ(entries[1], "\r\nNumber: FF\r\nSource: S\r\nD");
-}
-
-class Probe final : public Object {
- public:
-  TextView ClassName() const override { return u"Probe"; }
-};
-
-TEST(ObjectModel, SelfSharesTheObject) {
-  auto p = std::make_shared<Probe>();
-  ObjectPtr self = p->Self();
-  EXPECT_EQ(self.get(), p.get());
-  EXPECT_EQ(p.use_count(), 2);
-  EXPECT_EQ(p->GetInterfaceSafetyOptions(), 0);
-  EXPECT_EQ(p->SetInterfaceSafetyOptions(), 0);
-  EXPECT_EQ(Catch([&] { p->ConnectEvent(u"Nada", nullptr); }).Number(), kErrNoSuchMember);
-}
-
-TEST(ObjectModel, CreateObjectByName) {
-  ObjectPtr loc = CreateObject(u"qellocale");
-  ASSERT_TRUE(loc);
-  EXPECT_EQ(ToUtf8(loc->ClassName()), "QelLocale");
-  EXPECT_EQ(Catch([] { CreateObject(u"NoSuchClass"); }).Number(), kErrCannotCreate);
-}
-
-TEST(ObjectModel, EventsConnectRaiseAndDisconnect) {
-  Event<int> ev;
-  std::vector<int> seen;
-  const uint64_t a = ev.Connect([&](int v) { seen.push_back(v); });
-  uint64_t b = 0;
-  b = ev.Connect([&](int v) {
-    seen.push_back(v * 10);
-    ev.Disconnect(b);  // disconnecting itself while raised is safe
-  });
-  ev.Raise(1);
-  ev.Raise(2);
-  EXPECT_TRUE(ev.Disconnect(a));
-  EXPECT_FALSE(ev.Disconnect(a));
-  ev.Raise(3);
-  EXPECT_EQ(seen, (std::vector<int>{1, 10, 2}));
 }
 
 }  // namespace

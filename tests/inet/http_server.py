@@ -16,9 +16,11 @@ closes or --lifetime seconds pass. What a request gets depends on its path:
   /steady?chunks=N&size=S&ms=M   N chunks of S bytes, one every M ms
   /closemid                 announces 1000 bytes, sends 10 and closes
   /redirect?to=PATH         302 to PATH
-  /big?mb=N&gzip=1          N MB of text (gzipped when asked), in one go
+
+Test suites import it and use running(), which starts it in a process of its own.
 """
 import argparse
+import contextlib
 import gzip
 import http.server
 import os
@@ -35,7 +37,6 @@ import urllib.parse
 import zlib
 
 TEXT = b"En un lugar de la Mancha, de cuyo nombre no quiero acordarme. "
-_big_cache = {}
 
 
 def text_of(size):
@@ -124,13 +125,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.connection.shutdown(socket.SHUT_RDWR)
         elif path == "/redirect":
             self.send_all(302, "Found", [("Location", arg("to", "/reply"))], b"")
-        elif path == "/big":
-            key = (arg("mb", "1"), arg("gzip", "0"))
-            if key not in _big_cache:
-                data = text_of(int(key[0]) << 20)
-                _big_cache[key] = gzip.compress(data, 6) if key[1] == "1" else data
-            headers = [("Content-Encoding", "gzip")] if key[1] == "1" else []
-            self.send_all(200, "OK", headers, _big_cache[key])
         else:
             self.send_all(404, "Not Found", [], b"")
 
@@ -199,6 +193,22 @@ def main():
     threading.Thread(target=stop_on_eof, daemon=True).start()
     time.sleep(args.lifetime)
     finish()
+
+
+@contextlib.contextmanager
+def running():
+    """This server in a process of its own: yields the base URLs ("http", "https") and "env",
+    the variables a client needs (the test CA, no proxy for the loopback)."""
+    proc = subprocess.Popen(["/usr/bin/python3", __file__], stdin=subprocess.PIPE,
+                            stdout=subprocess.PIPE, text=True)
+    _, http_port, https_port, ca_file = proc.stdout.readline().split()
+    try:
+        yield {"http": "http://127.0.0.1:%s" % http_port,
+               "https": "https://localhost:%s" % https_port,
+               "env": {"SSL_CERT_FILE": ca_file, "no_proxy": "127.0.0.1,localhost"}}
+    finally:
+        proc.stdin.close()
+        proc.wait(timeout=10)
 
 
 if __name__ == "__main__":

@@ -190,7 +190,29 @@ def test_file_helpers_never_raise(arg, es_cl):
     assert qelstd.OpenDocument("/nonexistent", Hwnd="x") is False
 
 
-def test_file_helpers_accept_paths(tmp_path):
+def test_file_helpers_accept_paths_and_keywords(tmp_path):
+    g = qelstd.QelGlobal()
     sub = tmp_path / "sub"
-    assert qelstd.MakeDirectory(sub)
-    assert qelstd.RemoveDirectory(sub)
+    assert qelstd.MakeDirectory(DirectoryPath=sub)
+    assert not g.MakeDirectory(str(sub))
+    (sub / "a.txt").write_text("x")
+    assert not qelstd.RemoveDirectory(sub)
+    assert g.DeleteFile(FileName=str(sub / "*.txt"))
+    assert g.RemoveDirectory(DirectoryPath=sub)
+    assert not qelstd.OpenDocument(DocumentPath="", Hwnd=0)
+
+
+def test_every_creatable_class_comes_back_as_its_python_type():
+    created = []
+    for name, cls in vars(qelstd).items():
+        if not isinstance(cls, type) or not name.startswith("Qel") or issubclass(cls, Exception):
+            continue
+        try:
+            obj = qelstd.CreateObject(name.lower())
+        except QelError as e:
+            assert e.Number == 429, name  # not creatable by name
+            continue
+        assert type(obj) is cls and obj.ClassName == name, name
+        created.append(name)
+    assert {"QelWaiter", "QelTimer", "QelTransfer", "QelInet", "QelDde", "QelRecord"} <= set(
+        created)

@@ -45,15 +45,3 @@ def test_cobol_compare_and_to_decimal(es_cl):
     with pytest.raises(QelError) as info:
         g.ToDecimal(None)
     assert info.value.Source.startswith("QelGlobal.ToDecimal:")
-
-
-def test_directory_round_trip(tmp_path):
-    g = qelstd.QelGlobal()
-    sub = str(tmp_path / "sub")
-    assert qelstd.MakeDirectory(DirectoryPath=sub)
-    assert not g.MakeDirectory(sub)
-    (tmp_path / "sub" / "a.txt").write_text("x")
-    assert not qelstd.RemoveDirectory(sub)
-    assert g.DeleteFile(FileName=sub + "/*.txt")
-    assert g.RemoveDirectory(DirectoryPath=sub)
-    assert not qelstd.OpenDocument(DocumentPath="", Hwnd=0)

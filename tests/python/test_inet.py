@@ -1,7 +1,6 @@
 """QelInet from Python: URLs, requests against the local test server, the GIL released."""
-import os
 import pathlib
-import subprocess
+import sys
 import threading
 import time
 
@@ -9,25 +8,16 @@ import pytest
 
 import qelstd
 
-SERVER = pathlib.Path(__file__).resolve().parents[1] / "inet" / "http_server.py"
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "inet"))
+import http_server  # noqa: E402
 
 
 @pytest.fixture(scope="module")
 def server():
-    proc = subprocess.Popen(["/usr/bin/python3", str(SERVER)], stdin=subprocess.PIPE,
-                            stdout=subprocess.PIPE, text=True)
-    _, http_port, https_port, ca_file = proc.stdout.readline().split()
-    saved = {k: os.environ.get(k) for k in ("SSL_CERT_FILE", "no_proxy")}
-    os.environ["SSL_CERT_FILE"] = ca_file
-    os.environ["no_proxy"] = "127.0.0.1,localhost"
-    yield {"http": "http://127.0.0.1:%s" % http_port, "https": "https://localhost:%s" % https_port}
-    for k, v in saved.items():
-        if v is None:
-            os.environ.pop(k, None)
-        else:
-            os.environ[k] = v
-    proc.stdin.close()
-    proc.wait(timeout=10)
+    with http_server.running() as s, pytest.MonkeyPatch.context() as env:
+        for name, value in s["env"].items():
+            env.setenv(name, value)
+        yield s
 
 
 def test_split_and_combine():
@@ -45,8 +35,6 @@ def test_split_and_combine():
     assert inet.URL == "http://" + "h" * 256 and inet.HostName == ""
     inet.Clear()
     assert inet.URL == ""
-    assert qelstd.QelInetSchemes.qelSchemeSocks == 8
-    assert qelstd.QelHttpOptions.qelHttpOptRequestGzip == 1
 
 
 def test_requests(server):

@@ -2,6 +2,7 @@
 import os
 import subprocess
 from dataclasses import dataclass
+from pathlib import Path
 
 import pytest
 
@@ -28,3 +29,12 @@ def _run(*args, input=None, env=None, cwd=None, timeout=60):
 def qel():
     """qel(*args, input=str|bytes, env=dict) -> Run(status, out, err, out_bytes)."""
     return _run
+
+
+@pytest.fixture
+def sig(qel, tmp_path):
+    """The signature of tests/tool/data/pedido.decl, built by the tool into tmp_path."""
+    path = tmp_path / "pedido.sig"
+    assert qel("layout", "build", Path(__file__).parent / "data" / "pedido.decl", "-o",
+               path).status == 0
+    return path

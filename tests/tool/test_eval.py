@@ -1,15 +1,4 @@
-from pathlib import Path
-
 import pytest
-
-DATA = Path(__file__).parent / "data"
-
-
-@pytest.fixture
-def sig(qel, tmp_path):
-    path = tmp_path / "pedido.sig"
-    assert qel("layout", "build", DATA / "pedido.decl", "-o", path).status == 0
-    return path
 
 
 @pytest.fixture

@@ -3,21 +3,18 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
 
 import pytest
 
-SERVER = pathlib.Path(__file__).resolve().parents[1] / "inet" / "http_server.py"
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "inet"))
+import http_server  # noqa: E402
 
 
 @pytest.fixture(scope="module")
 def server():
-    proc = subprocess.Popen(["/usr/bin/python3", str(SERVER)], stdin=subprocess.PIPE,
-                            stdout=subprocess.PIPE, text=True)
-    _, http_port, https_port, ca_file = proc.stdout.readline().split()
-    yield {"http": "http://127.0.0.1:%s" % http_port, "https": "https://localhost:%s" % https_port,
-           "env": {"SSL_CERT_FILE": ca_file, "no_proxy": "127.0.0.1,localhost"}}
-    proc.stdin.close()
-    proc.wait(timeout=10)
+    with http_server.running() as s:
+        yield s
 
 
 def test_url_split_and_combine(qel):
