@@ -102,6 +102,12 @@ TEST(LinkRecord, UnSerializeOddMessages) {
   EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kGS + u"AB"); }).Number(), kErrInvalidCall);
   EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kFS + u"Ua" + kFS + u"Ub" + kGS); }).Number(),
             kErrDuplicateKey);
+  // A label refused after its header and data have been read leaves no data behind.
+  r->UnSerialize(u"! " + kGS + u"       data");
+  EXPECT_EQ(Catch([&] { r->UnSerialize(u"! " + kFS + u"Ua" + kFS + u"Ub" + kGS + u"       x"); })
+                .Number(),
+            kErrDuplicateKey);
+  EXPECT_EQ(r->Data(), u"");
 }
 
 // Reply after reply: labels that come back are read over the ones there, except one a client
