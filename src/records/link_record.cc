@@ -81,7 +81,7 @@ void QelRecord::UnSerialize(TextView message) {
     copy.assign(message);
     message = copy;
   }
-  const auto read = [&] {
+  const auto read = [&](QelRecordLabelsInternal::Loader& labels) {
     if (message.size() < 2) RaiseRuntime(kErrInvalidCall);
     sequence_ = message[0];  // taken as they come, without the lets' range checks
     opcode_ = message[1];
@@ -111,7 +111,7 @@ void QelRecord::UnSerialize(TextView message) {
       }
       const TextView value = message.substr(pos, end - pos);
       pos = end;
-      if (!value.empty()) QelRecordLabelsInternal::AddLoaded(*labels_, code, value);
+      if (!value.empty()) labels.Add(code, value);
     }
     if (pos == n || message[pos] != kHeaderSeparator) {  // no header, no data
       data_->AssignData(TextView());
@@ -135,10 +135,10 @@ void QelRecord::UnSerialize(TextView message) {
   };
   Chaining(u"QelLinkRecord.UnSerialize:", [&] {
     ResetHeader();
-    labels_->Clear();
     bool data_read = false;
     try {
-      data_read = read();
+      QelRecordLabelsInternal::Loader labels(*labels_);
+      data_read = read(labels);
     } catch (const Error&) {
       data_->AssignData(TextView());  // a message refused leaves no data
       throw;

@@ -133,6 +133,19 @@ TEST(LinkRecord, LabelsOfEachReplyReplaceTheLastOnes) {
   EXPECT_EQ(held->Value(), u"b");
   r->UnSerialize(reply(u""));
   EXPECT_EQ(r->Labels()->Count(), 0);
+  // Past the labels a collection finds by scanning, and back.
+  Text many;
+  for (char16_t code = u'a'; code < u'a' + 20; ++code) many += kFS + Text(1, code) + u"v";
+  for (int round = 0; round < 2; ++round) {
+    r->UnSerialize(reply(many + kFS + u"zw"));
+    ASSERT_EQ(r->Labels()->Count(), 21);
+    EXPECT_EQ(r->Labels()->Value(65536 + u'z'), u"w");
+    EXPECT_EQ(r->Labels()->Value(65536 + u'c'), u"v");
+  }
+  r->UnSerialize(reply(kFS + u"zq" + kFS + u"aq"));
+  ASSERT_EQ(r->Labels()->Count(), 2);
+  EXPECT_EQ(r->Labels()->Value(65536 + u'a'), u"q");
+  EXPECT_FALSE(r->Labels()->Exists(65536 + u'c'));
 }
 
 // However far into the data an FS lies, it ends the last label's value there.
