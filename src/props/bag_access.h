@@ -30,8 +30,10 @@ inline std::shared_ptr<QelProps> NewBag() {
 
 class BagAccess {
  public:
-  // Bags up to this size are searched one name at a time, without an index.
-  static constexpr size_t kLinearLimit = 16;
+  // Bags up to this size are searched one name at a time, without an index: comparing the
+  // lengths and last units of a few dozen names costs less than hashing one, and the bags
+  // people write (rows of a record) mostly stay under it.
+  static constexpr size_t kLinearLimit = 32;
 
   // The position of the property named `name` (trimmed), or kNotFound.
   static size_t FindName(const QelProps& bag, TextView name) noexcept;
