@@ -147,32 +147,33 @@ __attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t 
   return FindEitherSse2(p, n, i, a, b);
 }
 
-// Copies 16 units and marks those equal to either needle.
-__attribute__((target("avx2"))) __m256i Copy16Marking(const char16_t* p, char16_t* out,
-                                                      __m256i na, __m256i nb) {
+// Copies 16 units and folds into `least`, lane by lane, the least of each unit XOR either
+// needle: a lane of `least` is zero once a unit equal to a needle went through it.
+__attribute__((target("avx2"))) __m256i Copy16Folding(const char16_t* p, char16_t* out,
+                                                      __m256i na, __m256i nb, __m256i least) {
   const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), x);
-  return _mm256_or_si256(_mm256_cmpeq_epi16(x, na), _mm256_cmpeq_epi16(x, nb));
+  return _mm256_min_epu16(least, _mm256_min_epu16(_mm256_xor_si256(x, na), _mm256_xor_si256(x, nb)));
 }
 
-// Four blocks are copied before their marks are tested at once; a block with a mark is searched
-// again for its place, which happens once per call.
+// Four blocks are copied before they are tested at once; a round that holds a needle is
+// searched again for its place, which happens once per call.
 __attribute__((target("avx2"))) size_t CopyUntilEitherAvx2(const char16_t* p, size_t n,
                                                            char16_t* out, char16_t a, char16_t b,
                                                            size_t i) {
   const __m256i na = _mm256_set1_epi16(static_cast<short>(a));
   const __m256i nb = _mm256_set1_epi16(static_cast<short>(b));
   for (; i + 64 <= n; i += 64) {
-    const __m256i marks =
-        _mm256_or_si256(_mm256_or_si256(Copy16Marking(p + i, out + i, na, nb),
-                                        Copy16Marking(p + i + 16, out + i + 16, na, nb)),
-                        _mm256_or_si256(Copy16Marking(p + i + 32, out + i + 32, na, nb),
-                                        Copy16Marking(p + i + 48, out + i + 48, na, nb)));
-    if (!_mm256_testz_si256(marks, marks)) return FindEitherSse2(p, i + 64, i, a, b);
+    __m256i least = _mm256_set1_epi16(-1);
+    for (size_t k = 0; k < 64; k += 16) least = Copy16Folding(p + i + k, out + i + k, na, nb, least);
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(least, _mm256_setzero_si256())) != 0) {
+      return FindEitherSse2(p, i + 64, i, a, b);
+    }
   }
   for (; i + 16 <= n; i += 16) {
-    const __m256i marks = Copy16Marking(p + i, out + i, na, nb);
-    const auto mask = static_cast<unsigned>(_mm256_movemask_epi8(marks));
+    const __m256i least = Copy16Folding(p + i, out + i, na, nb, _mm256_set1_epi16(-1));
+    const auto mask = static_cast<unsigned>(
+        _mm256_movemask_epi8(_mm256_cmpeq_epi16(least, _mm256_setzero_si256())));
     if (mask != 0) return FirstMarked(i, mask);
   }
   return CopyUntilEitherSse2(p, n, out, a, b, i);

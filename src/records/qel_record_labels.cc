@@ -169,7 +169,7 @@ void QelRecordLabelsInternal::DropFrom(QelRecordLabels& labels, size_t first) no
 }
 
 QelRecordLabelsInternal::Loader::~Loader() {
-  if (reusing_) DropFrom(labels_, reused_);
+  if (reusing_ && reused_ < labels_.labels_.size()) DropFrom(labels_, reused_);
 }
 
 void QelRecordLabelsInternal::Loader::Add(int32_t code, TextView value) {
