@@ -54,17 +54,16 @@ bool PointsInto(TextView view, const qel::Text& text) {
          not_after(view.data(), text.data() + text.size());
 }
 
-// Copies the data of a link text into `data`, padded with blanks to `length`, unless it holds
-// an FS: then `data` is left empty and the FS's position in `body` is returned, else npos. The
-// copy is the search, so a well-formed text's data is read once. The buffer is overwritten
-// where it stands: a reply of the record's length resizes nothing.
+// Copies the data of a link text into `data`, padded with blanks to `length`, and returns
+// npos; or, when the data holds an FS, returns its position in `body` and leaves `data`
+// holding a part of it, for the reader to replace. The copy is the search, so a well-formed
+// text's data is read once. The buffer is overwritten where it stands: a reply of the record's
+// length resizes nothing, and the calls for one text never grow it after the first (each body
+// is a tail of the one before), so the work stays linear in the text.
 size_t LoadDataUnlessFs(TextView body, int32_t length, QelRecordData& data) {
   const auto out = data.Overwrite(std::max(body.size(), static_cast<size_t>(length)));
   const size_t fs = internal::CopyUntilEither(body, out.data(), kLabelSeparator, kLabelSeparator);
-  if (fs != TextView::npos) {
-    data.Overwrite(0);
-    return fs;
-  }
+  if (fs != TextView::npos) return fs;
   std::fill(out.begin() + static_cast<ptrdiff_t>(body.size()), out.end(), kEmptySlotChar);
   return TextView::npos;
 }
@@ -99,7 +98,8 @@ void QelRecord::UnSerialize(TextView message) {
         // An FS anywhere later, even in the data, still ends the value. The header codes are
         // looked at first; the data is searched by loading it, which a text without such an
         // FS needs next anyway. Each search stops at the FS it finds and the next label
-        // starts there, so no unit is searched twice.
+        // starts there, so no unit is searched twice. A partial load is replaced by a later
+        // one, emptied when no header follows, or emptied with the error.
         const size_t header_end = std::min(n, end + 8);
         size_t fs = internal::FindUnit(message.substr(0, header_end), kLabelSeparator, end);
         if (fs == TextView::npos && header_end - end == 8) {
