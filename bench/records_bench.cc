@@ -109,7 +109,7 @@ void BM_SerializeUnSerialize(benchmark::State& state) {
 }
 BENCHMARK(BM_SerializeUnSerialize);
 
-// The pair with the unit scans forced to one level: 0 plain, 1 SSE2, 2 AVX2.
+// The pair with the unit scans forced to one level: 0 plain, 1 SSE2, 2 AVX2, 3 AVX-512.
 void BM_SerializeUnSerializeAtLevel(benchmark::State& state) {
   const auto level = static_cast<qel::internal::ScanLevel>(state.range(0));
   const auto levels = qel::internal::ForTestingScanLevels();
@@ -123,7 +123,7 @@ void BM_SerializeUnSerializeAtLevel(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
   state.SetLabel(qel::internal::ForTestingScanLevelName(level));
 }
-BENCHMARK(BM_SerializeUnSerializeAtLevel)->DenseRange(0, 2);
+BENCHMARK(BM_SerializeUnSerializeAtLevel)->DenseRange(0, 3);
 
 // The two halves of the pair, apart.
 void BM_Serialize(benchmark::State& state) {

@@ -23,6 +23,7 @@
 #include "fields/field_name_index.h"
 #include "fields/qel_record_field_internal.h"
 #include "fields/qel_record_fields_internal.h"
+#include "frame/event_internal.h"
 #include "frame/keyed_hash.h"
 #include "frame/line_reader.h"
 #include "qel/fields/layout_digest.h"
@@ -305,8 +306,10 @@ void QelRecordFieldsBuilder::IndexLists(ParsedLayout* layout) {
 void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields* out) {
   QelRecordFields::FieldList fields;
   fields.reserve(layout.prototypes.size());
+  auto listeners = std::make_shared<int64_t>(0);
   for (const auto& p : layout.prototypes) {
     fields.push_back(Internal::Clone(*p, out->data_));
+    EventInternal::CountHandlersIn(fields.back()->Change, listeners);
   }
   for (size_t l = 0; l < layout.lists.size(); ++l) {
     const ListSpan& list = layout.lists[l];
@@ -316,10 +319,12 @@ void QelRecordFieldsBuilder::Assign(const ParsedLayout& layout, QelRecordFields*
     group->length_ = begin.Length();
     group->fields_.assign(fields.begin() + list.begin + 1, fields.begin() + list.end);
     group->index_ = layout.list_indexes[l];
+    group->listeners_ = listeners;
     Internal::SetListFields(begin, std::move(group));
   }
   out->fields_ = std::move(fields);
   out->index_ = layout.index;
+  out->listeners_ = std::move(listeners);
   out->layout_ = layout.text;
   out->name_ = layout.name;
   out->signature_ = layout.signature;
@@ -369,6 +374,7 @@ std::shared_ptr<QelRecordField> QelRecordFields::Item(const Variant& key) const 
 void QelRecordFields::Clear() {
   fields_.clear();
   index_.reset();
+  listeners_.reset();
   layout_.clear();
   name_.clear();
   signature_.clear();
@@ -385,8 +391,7 @@ void QelRecordFields::SetRecordData(std::shared_ptr<QelRecordData> data) {
 }
 
 void QelRecordFields::NotifyDataChanged() {
-  const auto listened = [](const auto& f) { return !f->Change.empty(); };
-  if (std::none_of(fields_.begin(), fields_.end(), listened)) return;
+  if (!listeners_ || *listeners_ == 0) return;
   // A handler may clear or replace the fields: the ones told are a snapshot, kept alive.
   const FieldList snapshot = fields_;
   for (const auto& f : snapshot) f->NotifyDataChanged();

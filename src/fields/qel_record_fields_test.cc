@@ -312,6 +312,44 @@ TEST_F(FieldsTest, VerifiedTextsAreRecognisedButNothingElse) {
             "QelRecordFields.Layout:Total");
 }
 
+// NotifyDataChanged tells exactly the fields with a handler at that moment, however the
+// handlers came and went: connected directly or by name, disconnected, or gone with a field
+// of an older layout; through the whole collection or a group's.
+TEST_F(FieldsTest, NotifyDataChangedTellsTheFieldsListenedToNow) {
+  std::vector<std::string> seen;
+  const auto listen = [&](const char* name) {
+    return [&seen, name](int32_t i) { seen.push_back(name + std::to_string(i)); };
+  };
+  const auto told = [&](QelRecordFields& fields) {
+    seen.clear();
+    fields.NotifyDataChanged();
+    std::string out;
+    for (const auto& s : seen) out += (out.empty() ? "" : " ") + s;
+    return out;
+  };
+  {
+    auto old = fields_.Item(u"MONTO");
+    old->Change.Connect(listen("old"));
+    fields_.SetLayout(Signature("OTRO", kClient, 152));  // the old fields are not told
+  }
+  EXPECT_EQ(told(fields_), "");
+  auto rut = fields_.Item(u"RUT");
+  const uint64_t by_event = rut->Change.Connect(listen("rut"));
+  const uint64_t by_name = fields_.Item(u"AMT")->ConnectEvent(
+      u"Change", [&](std::span<Variant> args) { seen.push_back("amt" + ToUtf8(CStr(args[0]))); });
+  auto items = fields_.Item(u"ITEMS")->ListFields();
+  EXPECT_EQ(told(fields_), "amt1 amt2 amt3 amt4 rut1");
+  EXPECT_EQ(told(*items), "amt1 amt2 amt3 amt4");
+  EXPECT_TRUE(fields_.Item(u"AMT")->DisconnectEvent(by_name));
+  EXPECT_FALSE(rut->Change.Disconnect(by_name + 100));
+  EXPECT_EQ(told(*items), "");
+  EXPECT_EQ(told(fields_), "rut1");
+  EXPECT_TRUE(rut->Change.Disconnect(by_event));
+  EXPECT_EQ(told(fields_), "");
+  rut->Change.Connect(listen("rut"));
+  EXPECT_EQ(told(fields_), "rut1");
+}
+
 TEST_F(FieldsTest, FieldsOutliveTheirLayoutAndFollowTheData) {
   auto nombre = fields_.Item(u"NOMBRE");
   std::vector<int32_t> seen;

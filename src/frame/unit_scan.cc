@@ -1,9 +1,9 @@
 // The unit scans, level by level, and the one table that picks among them.
 //
 // Every vector version reads whole blocks while they fit inside the text and leaves the rest
-// to the next narrower version, so no version reads outside the text. A level's table reuses a
-// lower level's version where a wider one does not pay. There is no AVX-512 level: on the
-// records benchmark it did not beat AVX2 (bench/README.md, Records).
+// to the next narrower version (the AVX-512 copy, to a lane mask), so no version reads outside
+// the text. A level's table reuses a lower level's version where a wider one does not pay: the
+// AVX-512 level has its own copy only (bench/README.md, Records).
 #include "frame/unit_scan.h"
 
 #include <atomic>
@@ -21,11 +21,14 @@ namespace {
 
 using FindEitherFn = size_t (*)(const char16_t* p, size_t n, size_t from, char16_t a,
                                 char16_t b);
+using CopyUntilEitherFn = size_t (*)(const char16_t* p, size_t n, char16_t* out, char16_t a,
+                                     char16_t b, size_t from);
 using TrimmedEndFn = size_t (*)(const char16_t* p, size_t n);
 using SkipAsciiWordFn = size_t (*)(const char16_t* p, size_t n, size_t from);
 
 struct ScanTable {
   FindEitherFn find_either;
+  CopyUntilEitherFn copy_until_either;
   TrimmedEndFn trimmed_end;
   SkipAsciiWordFn skip_ascii_word;
 };
@@ -34,6 +37,15 @@ struct ScanTable {
 
 size_t FindEitherScalar(const char16_t* p, size_t n, size_t i, char16_t a, char16_t b) {
   for (; i < n; ++i) {
+    if (p[i] == a || p[i] == b) return i;
+  }
+  return TextView::npos;
+}
+
+size_t CopyUntilEitherScalar(const char16_t* p, size_t n, char16_t* out, char16_t a, char16_t b,
+                             size_t i) {
+  for (; i < n; ++i) {
+    out[i] = p[i];
     if (p[i] == a || p[i] == b) return i;
   }
   return TextView::npos;
@@ -51,7 +63,8 @@ size_t SkipAsciiWordScalar(const char16_t* p, size_t n, size_t i) {
   return i;
 }
 
-constexpr ScanTable kScalarTable = {FindEitherScalar, TrimmedEndScalar, SkipAsciiWordScalar};
+constexpr ScanTable kScalarTable = {FindEitherScalar, CopyUntilEitherScalar, TrimmedEndScalar,
+                                    SkipAsciiWordScalar};
 
 #if defined(__x86_64__)
 
@@ -74,6 +87,20 @@ size_t FindEitherSse2(const char16_t* p, size_t n, size_t i, char16_t a, char16_
     if (mask != 0) return FirstMarked(i, mask);
   }
   return FindEitherScalar(p, n, i, a, b);
+}
+
+size_t CopyUntilEitherSse2(const char16_t* p, size_t n, char16_t* out, char16_t a, char16_t b,
+                           size_t i) {
+  const __m128i na = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i nb = _mm_set1_epi16(static_cast<short>(b));
+  for (; i + 8 <= n; i += 8) {
+    const __m128i x = Load8(p + i);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), x);
+    const auto mask = static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(x, na), _mm_cmpeq_epi16(x, nb))));
+    if (mask != 0) return FirstMarked(i, mask);
+  }
+  return CopyUntilEitherScalar(p, n, out, a, b, i);
 }
 
 size_t TrimmedEndSse2(const char16_t* p, size_t n) {
@@ -102,7 +129,8 @@ size_t SkipAsciiWordSse2(const char16_t* p, size_t n, size_t i) {
   return SkipAsciiWordScalar(p, n, i);
 }
 
-constexpr ScanTable kSse2Table = {FindEitherSse2, TrimmedEndSse2, SkipAsciiWordSse2};
+constexpr ScanTable kSse2Table = {FindEitherSse2, CopyUntilEitherSse2, TrimmedEndSse2,
+                                  SkipAsciiWordSse2};
 
 // ---- AVX2: 16 units a block ------------------------------------------------------------------
 
@@ -119,6 +147,38 @@ __attribute__((target("avx2"))) size_t FindEitherAvx2(const char16_t* p, size_t 
   return FindEitherSse2(p, n, i, a, b);
 }
 
+// Copies 16 units and folds into `least`, lane by lane, the least of each unit XOR either
+// needle: a lane of `least` is zero once a unit equal to a needle went through it.
+__attribute__((target("avx2"))) __m256i Copy16Folding(const char16_t* p, char16_t* out,
+                                                      __m256i na, __m256i nb, __m256i least) {
+  const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), x);
+  return _mm256_min_epu16(least, _mm256_min_epu16(_mm256_xor_si256(x, na), _mm256_xor_si256(x, nb)));
+}
+
+// Four blocks are copied before they are tested at once; a round that holds a needle is
+// searched again for its place, which happens once per call.
+__attribute__((target("avx2"))) size_t CopyUntilEitherAvx2(const char16_t* p, size_t n,
+                                                           char16_t* out, char16_t a, char16_t b,
+                                                           size_t i) {
+  const __m256i na = _mm256_set1_epi16(static_cast<short>(a));
+  const __m256i nb = _mm256_set1_epi16(static_cast<short>(b));
+  for (; i + 64 <= n; i += 64) {
+    __m256i least = _mm256_set1_epi16(-1);
+    for (size_t k = 0; k < 64; k += 16) least = Copy16Folding(p + i + k, out + i + k, na, nb, least);
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(least, _mm256_setzero_si256())) != 0) {
+      return FindEitherSse2(p, i + 64, i, a, b);
+    }
+  }
+  for (; i + 16 <= n; i += 16) {
+    const __m256i least = Copy16Folding(p + i, out + i, na, nb, _mm256_set1_epi16(-1));
+    const auto mask = static_cast<unsigned>(
+        _mm256_movemask_epi8(_mm256_cmpeq_epi16(least, _mm256_setzero_si256())));
+    if (mask != 0) return FirstMarked(i, mask);
+  }
+  return CopyUntilEitherSse2(p, n, out, a, b, i);
+}
+
 __attribute__((target("avx2"))) size_t TrimmedEndAvx2(const char16_t* p, size_t n) {
   const __m256i blank = _mm256_set1_epi16(static_cast<short>(u' '));
   while (n >= 16) {
@@ -132,7 +192,45 @@ __attribute__((target("avx2"))) size_t TrimmedEndAvx2(const char16_t* p, size_t 
   return TrimmedEndSse2(p, n);
 }
 
-constexpr ScanTable kAvx2Table = {FindEitherAvx2, TrimmedEndAvx2, SkipAsciiWordSse2};
+constexpr ScanTable kAvx2Table = {FindEitherAvx2, CopyUntilEitherAvx2, TrimmedEndAvx2,
+                                  SkipAsciiWordSse2};
+
+// ---- AVX-512: 32 units a block -------------------------------------------------------------
+
+// Only the copy has a version here: it is the one scan over long texts where the wider stores
+// measurably pay; the searches gain nothing on the short label values they mostly see.
+
+__attribute__((target("avx512f,avx512bw"))) __mmask32 Marks32(__m512i x, __m512i na,
+                                                              __m512i nb) {
+  return _mm512_cmpeq_epi16_mask(x, na) | _mm512_cmpeq_epi16_mask(x, nb);
+}
+
+// Two blocks a round; the last units through a lane mask, which loads and stores nothing
+// outside the text.
+__attribute__((target("avx512f,avx512bw"))) size_t CopyUntilEitherAvx512(
+    const char16_t* p, size_t n, char16_t* out, char16_t a, char16_t b, size_t i) {
+  const __m512i na = _mm512_set1_epi16(static_cast<short>(a));
+  const __m512i nb = _mm512_set1_epi16(static_cast<short>(b));
+  for (; i + 64 <= n; i += 64) {
+    const __m512i x = _mm512_loadu_si512(p + i);
+    const __m512i y = _mm512_loadu_si512(p + i + 32);
+    _mm512_storeu_si512(out + i, x);
+    _mm512_storeu_si512(out + i + 32, y);
+    const uint64_t marks = Marks32(x, na, nb) | uint64_t{Marks32(y, na, nb)} << 32;
+    if (marks != 0) return i + static_cast<size_t>(__builtin_ctzll(marks));
+  }
+  for (; i < n; i += 32) {
+    const __mmask32 lanes = n - i >= 32 ? ~__mmask32{0} : (__mmask32{1} << (n - i)) - 1;
+    const __m512i x = _mm512_maskz_loadu_epi16(lanes, p + i);
+    _mm512_mask_storeu_epi16(out + i, lanes, x);
+    const __mmask32 marks = lanes & Marks32(x, na, nb);
+    if (marks != 0) return i + static_cast<size_t>(__builtin_ctz(marks));
+  }
+  return TextView::npos;
+}
+
+constexpr ScanTable kAvx512Table = {FindEitherAvx2, CopyUntilEitherAvx512, TrimmedEndAvx2,
+                                    SkipAsciiWordSse2};
 
 #endif  // __x86_64__
 
@@ -143,6 +241,8 @@ const ScanTable& TableOf(ScanLevel level) {
       return kSse2Table;
     case ScanLevel::kAvx2:
       return kAvx2Table;
+    case ScanLevel::kAvx512:
+      return kAvx512Table;
 #endif
     default:
       return kScalarTable;
@@ -151,6 +251,7 @@ const ScanTable& TableOf(ScanLevel level) {
 
 ScanLevel BestLevel() {
 #if defined(__x86_64__)
+  if (__builtin_cpu_supports("avx512bw")) return ScanLevel::kAvx512;
   if (__builtin_cpu_supports("avx2")) return ScanLevel::kAvx2;
   return ScanLevel::kSse2;
 #else
@@ -178,6 +279,10 @@ size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from) {
   return Table().find_either(text.data(), text.size(), from, a, b);
 }
 
+size_t CopyUntilEither(TextView text, char16_t* out, char16_t a, char16_t b) {
+  return Table().copy_until_either(text.data(), text.size(), out, a, b, 0);
+}
+
 size_t TrimmedEnd(TextView text) { return Table().trimmed_end(text.data(), text.size()); }
 
 size_t SkipAsciiWord(TextView text, size_t from) {
@@ -195,13 +300,15 @@ const char* ForTestingScanLevelName(ScanLevel level) {
       return "sse2";
     case ScanLevel::kAvx2:
       return "avx2";
+    case ScanLevel::kAvx512:
+      return "avx512";
   }
   return "?";
 }
 
 std::vector<ScanLevel> ForTestingScanLevels() {
   std::vector<ScanLevel> levels = {ScanLevel::kScalar};
-  for (auto level : {ScanLevel::kSse2, ScanLevel::kAvx2}) {
+  for (auto level : {ScanLevel::kSse2, ScanLevel::kAvx2, ScanLevel::kAvx512}) {
     if (level <= BestLevel()) levels.push_back(level);
   }
   return levels;

@@ -1,7 +1,8 @@
 // Scans over UTF-16 code units that the parsers of outside text share: finding a separator,
-// the end of a text without its trailing blanks, the end of a run of ASCII name characters.
+// copying a text up to one, the end of a text without its trailing blanks, the end of a
+// run of ASCII name characters.
 //
-// Each scan has a plain version and vector versions (SSE2, AVX2); one table per
+// Each scan has a plain version and vector versions (SSE2, AVX2, AVX-512); one table per
 // level holds them, and the table of the best level the processor runs is picked once, at the
 // first scan. Every version gives the same answer as the plain one. Stateless and thread-safe.
 #ifndef QEL_SRC_FRAME_UNIT_SCAN_H_
@@ -20,6 +21,12 @@ size_t FindEitherUnit(TextView text, char16_t a, char16_t b, size_t from = 0);
 inline size_t FindUnit(TextView text, char16_t c, size_t from = 0) {
   return FindEitherUnit(text, c, c, from);
 }
+
+// Copies `text` to `out` up to the first `a` or `b` and returns that unit's position, or copies
+// all of it and returns npos: FindEitherUnit(text, a, b) and the copy in one pass, which reads
+// each unit once. `out` has room for text.size() units and does not overlap `text`; what it
+// holds from the returned position on is unspecified.
+size_t CopyUntilEither(TextView text, char16_t* out, char16_t a, char16_t b);
 
 // The length of `text` without its trailing blanks (spaces only).
 size_t TrimmedEnd(TextView text);

@@ -47,6 +47,24 @@ TEST(UnitScans, EveryLevelAgreesWithThePlainAnswer) {
         ASSERT_EQ(SkipAsciiWord(v, from), word) << len << " " << from;
       }
     }
+    // The copy up to a separator: every length, one separator in every lane and tail position
+    // (or none), a second one after it, and nothing written past the text's length.
+    for (size_t len = 0; len <= 70; ++len) {
+      for (size_t at = 0; at <= len; ++at) {
+        Text in(len, u'a');
+        if (at < len) in[at] = at % 2 ? 0x1C : 0x1D;
+        if (at + 3 < len) in[at + 3] = 0x1C;
+        Text out(len + 8, u'#');
+        ASSERT_EQ(CopyUntilEither(in, out.data(), 0x1D, 0x1C), at < len ? at : TextView::npos)
+            << len << " " << at;
+        ASSERT_EQ(out.substr(0, at), in.substr(0, at)) << len << " " << at;
+        ASSERT_EQ(out.substr(len), Text(8, u'#')) << len << " " << at;
+      }
+    }
+    const Text plain(90, u'a');
+    Text copy(plain.size(), u'#');
+    EXPECT_EQ(CopyUntilEither(plain, copy.data(), 0x1C, 0x1C), TextView::npos);
+    EXPECT_EQ(copy, plain);
     // Trailing blanks that end in every lane of a block, after text and alone.
     for (size_t head = 0; head <= 3; ++head) {
       for (size_t blanks = 0; blanks <= 70; ++blanks) {

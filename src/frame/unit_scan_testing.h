@@ -7,7 +7,7 @@
 
 namespace qel::internal {
 
-enum class ScanLevel { kScalar, kSse2, kAvx2 };
+enum class ScanLevel { kScalar, kSse2, kAvx2, kAvx512 };
 
 const char* ForTestingScanLevelName(ScanLevel level);
 

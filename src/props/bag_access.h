@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <typeinfo>
 
 #include "frame/block_pool.h"
 
@@ -29,8 +30,10 @@ inline std::shared_ptr<QelProps> NewBag() {
 
 class BagAccess {
  public:
-  // Bags up to this size are searched one name at a time, without an index.
-  static constexpr size_t kLinearLimit = 16;
+  // Bags up to this size are searched one name at a time, without an index: comparing the
+  // lengths and last units of a few dozen names costs less than hashing one, and the bags
+  // people write (rows of a record) mostly stay under it.
+  static constexpr size_t kLinearLimit = 32;
 
   // The position of the property named `name` (trimmed), or kNotFound.
   static size_t FindName(const QelProps& bag, TextView name) noexcept;
@@ -54,6 +57,17 @@ class BagAccess {
   // The property's value, to store into without QelProp::SetValue's handling of objects.
   // REQUIRES: what is stored is no object other than a QelProps.
   static Variant& ValueOf(QelProp& prop) { return prop.value_; }
+
+  // The bag a property's value is, or null; unlike QelProp::Props, takes no reference. QelProps
+  // is final, so comparing the type is the whole cast.
+  static const QelProps* NestedBag(const QelProp& prop) {
+    const Variant& v = prop.value_;
+    if (!v.Is<ObjectPtr>()) return nullptr;
+    const Object* object = v.Get<ObjectPtr>().get();
+    return object != nullptr && typeid(*object) == typeid(QelProps)
+               ? static_cast<const QelProps*>(object)
+               : nullptr;
+  }
 
   // Replaces the properties of `to` by those of `from`, which is left empty.
   static void TakeItems(QelProps& to, QelProps& from) noexcept;

@@ -44,6 +44,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "props/bag_access.h"
 #include "props/props_format.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
@@ -119,12 +120,16 @@ class Writer {
   void Compact(const QelProps& bag, int depth) {
     if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
     bool first = true;
-    for (const auto& p : bag) {
+    size_t written = 0;
+    for (auto it = bag.begin(); it != bag.end(); ++it) {
+      const auto& p = *it;
+      Prefetch(it, bag.end());
       CheckSize();
+      if (depth == 0) ReserveAfter(written++, bag);
       if (!first) out_->push_back(u';');
       first = false;
       AppendName(*p);
-      if (auto nested = p->Props()) {
+      if (const QelProps* nested = BagAccess::NestedBag(*p)) {
         out_->append(u"=[");
         Compact(*nested, depth + 1);
         out_->push_back(u']');
@@ -137,11 +142,15 @@ class Writer {
   void Indented(const QelProps& bag, int depth) {
     if (depth > kMaxNesting) RaiseRuntime(kErrOutOfStack);
     int left = bag.Count();
-    for (const auto& p : bag) {
+    size_t written = 0;
+    for (auto it = bag.begin(); it != bag.end(); ++it) {
+      const auto& p = *it;
+      Prefetch(it, bag.end());
       CheckSize();
+      if (depth == 0) ReserveAfter(written++, bag);
       Indent(depth);
       AppendName(*p);
-      if (auto nested = p->Props()) {
+      if (const QelProps* nested = BagAccess::NestedBag(*p)) {
         out_->append(u" =\r\n");
         Indent(depth);
         out_->append(u"[\r\n");
@@ -165,7 +174,7 @@ class Writer {
       first = false;
       AppendUrlEncoded(p->Name(), out_);
       value.clear();
-      if (auto nested = p->Props()) {
+      if (const QelProps* nested = BagAccess::NestedBag(*p)) {
         Writer(&value).Compact(*nested, 1);
       } else if (p->IsNull()) {
         continue;
@@ -178,6 +187,33 @@ class Writer {
   }
 
  private:
+  // The properties of a large bag, their names and their texts lie apart in memory, and the
+  // writer would wait on each in turn. Asking for a property eight places ahead, and for the
+  // name and text of the one four places ahead (by then at hand), brings them in while the
+  // ones before are written.
+  static void Prefetch(QelProps::const_iterator it, QelProps::const_iterator end) {
+    if (end - it > 8) {
+      __builtin_prefetch(it[8].get());
+      __builtin_prefetch(reinterpret_cast<const char*>(it[8].get()) + 64);
+    }
+    if (end - it > 4) {
+      const QelProp& ahead = *it[4];
+      __builtin_prefetch(ahead.Name().data());
+      if (ahead.Value().IsText()) __builtin_prefetch(ahead.Value().Get<Text>().data());
+    }
+  }
+
+  // A large text would be copied at each doubling of its buffer as it grows. Once a sixteenth
+  // of the top bag's properties is written, room is made for the rest at the rate so far, with
+  // an eighth to spare: one copy of a sixteenth of the text instead of copies adding up to
+  // the whole. A bag whose later properties write longer texts grows from there as before.
+  void ReserveAfter(size_t written, const QelProps& top) {
+    const auto count = static_cast<size_t>(top.Count());
+    if (count < 16 || written != count / 16) return;
+    const size_t estimate = out_->size() * count / written / 8 * 9;
+    if (estimate <= QelProps::kMaxTextUnits) out_->reserve(estimate);
+  }
+
   // Checked before each property, whose own text (a name, a value, a line's indentation) is
   // bounded by what the bag holds, not by how often it is shared.
   void CheckSize() const {

@@ -6,6 +6,7 @@
 // FS, else to the GS, else to the end of the text, so neither label values nor data may hold
 // an FS. Labels with an empty value are not written; the data is written without its trailing
 // blanks and padded back to the record's length when read.
+#include <algorithm>
 #include <functional>
 
 #include "frame/unit_scan.h"
@@ -53,25 +54,19 @@ bool PointsInto(TextView view, const qel::Text& text) {
          not_after(view.data(), text.data() + text.size());
 }
 
-// The next FS at or after a position. Searches go forward only, so the last answer serves
-// every later question before it, and "none" answers all the rest: the message is scanned for
-// FS once however many labels it has.
-class SeparatorFinder {
- public:
-  explicit SeparatorFinder(TextView text) : text_(text) {}
-  size_t Next(size_t from) {
-    if (found_ == TextView::npos ? from < searched_from_ : from > found_) {
-      found_ = internal::FindUnit(text_, kLabelSeparator, from);
-      searched_from_ = from;
-    }
-    return found_;
-  }
-
- private:
-  TextView text_;
-  size_t searched_from_ = TextView::npos;
-  size_t found_ = TextView::npos;
-};
+// Copies the data of a link text into `data`, padded with blanks to `length`, and returns
+// npos; or, when the data holds an FS, returns its position in `body` and leaves `data`
+// holding a part of it, for the reader to replace. The copy is the search, so a well-formed
+// text's data is read once. The buffer is overwritten where it stands: a reply of the record's
+// length resizes nothing, and the calls for one text never grow it after the first (each body
+// is a tail of the one before), so the work stays linear in the text.
+size_t LoadDataUnlessFs(TextView body, int32_t length, QelRecordData& data) {
+  const auto out = data.Overwrite(std::max(body.size(), static_cast<size_t>(length)));
+  const size_t fs = internal::CopyUntilEither(body, out.data(), kLabelSeparator, kLabelSeparator);
+  if (fs != TextView::npos) return fs;
+  std::fill(out.begin() + static_cast<ptrdiff_t>(body.size()), out.end(), kEmptySlotChar);
+  return TextView::npos;
+}
 
 }  // namespace
 
@@ -85,29 +80,44 @@ void QelRecord::UnSerialize(TextView message) {
     copy.assign(message);
     message = copy;
   }
-  Chaining(u"QelLinkRecord.UnSerialize:", [&] {
-    ResetHeader();
-    data_->AssignData(TextView());
-    labels_->Clear();
+  const auto read = [&](QelRecordLabelsInternal::Loader& labels) {
     if (message.size() < 2) RaiseRuntime(kErrInvalidCall);
     sequence_ = message[0];  // taken as they come, without the lets' range checks
     opcode_ = message[1];
-    SeparatorFinder separators(message);
+    const size_t n = message.size();
+    bool data_loaded = false;
     size_t pos = 2;
-    while (pos < message.size() && message[pos] == kLabelSeparator) {
-      if (pos + 1 >= message.size()) RaiseRuntime(kErrInvalidCall);  // an FS and no code
+    while (pos < n && message[pos] == kLabelSeparator) {
+      if (pos + 1 >= n) RaiseRuntime(kErrInvalidCall);  // an FS and no code
       const int32_t code = qelLabelCodeBase + message[pos + 1];
       pos += 2;
-      // FS is looked for first: an FS anywhere later, even in the data, ends the value.
-      size_t end = separators.Next(pos);
-      if (end == TextView::npos) end = internal::FindUnit(message, kHeaderSeparator, pos);
-      if (end == TextView::npos) end = message.size();
+      size_t end = internal::FindEitherUnit(message, kLabelSeparator, kHeaderSeparator, pos);
+      if (end == TextView::npos) {
+        end = n;
+      } else if (message[end] == kHeaderSeparator) {
+        // An FS anywhere later, even in the data, still ends the value. The header codes are
+        // looked at first; the data is searched by loading it, which a text without such an
+        // FS needs next anyway. Each search stops at the FS it finds and the next label
+        // starts there, so no unit is searched twice. A partial load is replaced by a later
+        // one, emptied when no header follows, or emptied with the error.
+        const size_t header_end = std::min(n, end + 8);
+        size_t fs = internal::FindUnit(message.substr(0, header_end), kLabelSeparator, end);
+        if (fs == TextView::npos && header_end - end == 8) {
+          fs = LoadDataUnlessFs(message.substr(header_end), Length(), *data_);
+          data_loaded = fs == TextView::npos;
+          if (!data_loaded) fs += header_end;
+        }
+        if (fs != TextView::npos) end = fs;
+      }
       const TextView value = message.substr(pos, end - pos);
       pos = end;
-      if (!value.empty()) QelRecordLabelsInternal::AddLoaded(*labels_, code, value);
+      if (!value.empty()) labels.Add(code, value);
     }
-    if (pos == message.size() || message[pos] != kHeaderSeparator) return;  // no header
-    if (message.size() - pos < 8) RaiseRuntime(kErrInvalidCall);
+    if (pos == n || message[pos] != kHeaderSeparator) {  // no header, no data
+      data_->AssignData(TextView());
+      return false;
+    }
+    if (n - pos < 8) RaiseRuntime(kErrInvalidCall);
     const TextView header = message.substr(pos + 1, 7);
     // The two-character codes keep their size, as SetServerCode and SetFormCode leave them.
     server_code_[0] = header[0];
@@ -117,9 +127,23 @@ void QelRecord::UnSerialize(TextView message) {
     form_code_[0] = header[4];
     form_code_[1] = header[5];
     SetProtection(header[6]);
-    data_->AssignData(message.substr(pos + 8));
-    data_->Pad(Length());
-    fields_->NotifyDataChanged();
+    if (!data_loaded) {  // no label came before the GS: the data may hold anything
+      data_->AssignData(message.substr(pos + 8));
+      data_->Pad(Length());
+    }
+    return true;
+  };
+  Chaining(u"QelLinkRecord.UnSerialize:", [&] {
+    ResetHeader();
+    bool data_read = false;
+    try {
+      QelRecordLabelsInternal::Loader labels(*labels_);
+      data_read = read(labels);
+    } catch (const Error&) {
+      data_->AssignData(TextView());  // a message refused leaves no data
+      throw;
+    }
+    if (data_read) fields_->NotifyDataChanged();
   });
 }
 

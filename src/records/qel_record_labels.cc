@@ -23,6 +23,7 @@ namespace qel {
 // empty value.
 struct QelRecordLabels::CodeIndex {
   static constexpr size_t kUnindexed = 16;
+  CodeIndex() { unheld.reserve(kUnindexed); }  // so that dropping labels allocates nothing
   std::map<int32_t, QelRecordLabelPtr> labels;  // empty while unindexed
   std::vector<QelRecordLabelPtr> unheld;
 };
@@ -109,15 +110,7 @@ QelRecordLabelPtr QelRecordLabels::Add(int32_t code) {
   return labels_.back();
 }
 
-void QelRecordLabels::Clear() {
-  by_code_->labels.clear();  // so that a label only the list holds counts one owner
-  auto& unheld = by_code_->unheld;
-  for (auto& label : labels_) {
-    if (unheld.size() == CodeIndex::kUnindexed) break;
-    if (label.use_count() == 1) unheld.push_back(std::move(label));
-  }
-  labels_.clear();
-}
+void QelRecordLabels::Clear() { QelRecordLabelsInternal::DropFrom(*this, 0); }
 
 QelRecordLabelPtr QelRecordLabels::Item(const Variant& key) const {
   const int32_t k = ToLongOr(key, 0);
@@ -164,8 +157,34 @@ void QelRecordLabelsInternal::Recode(QelRecordLabel& label, int32_t code) {
   label.value_.clear();
 }
 
-void QelRecordLabelsInternal::AddLoaded(QelRecordLabels& labels, int32_t code, TextView value) {
-  AssignText(labels.Insert(code).value_, value);
+void QelRecordLabelsInternal::DropFrom(QelRecordLabels& labels, size_t first) noexcept {
+  // Emptied first, so that a label only the list holds counts one owner.
+  if (!labels.by_code_->labels.empty()) labels.by_code_->labels.clear();
+  auto& unheld = labels.by_code_->unheld;
+  for (size_t i = first; i < labels.labels_.size(); ++i) {
+    if (unheld.size() == QelRecordLabels::CodeIndex::kUnindexed) break;
+    if (labels.labels_[i].use_count() == 1) unheld.push_back(std::move(labels.labels_[i]));
+  }
+  labels.labels_.resize(first);
+}
+
+QelRecordLabelsInternal::Loader::~Loader() {
+  if (reusing_ && reused_ < labels_.labels_.size()) DropFrom(labels_, reused_);
+}
+
+void QelRecordLabelsInternal::Loader::Add(int32_t code, TextView value) {
+  if (reusing_) {
+    auto& present = labels_.labels_;
+    // An indexed collection also holds its labels in the index; it is not read over.
+    if (reused_ < present.size() && labels_.by_code_->labels.empty() &&
+        present[reused_]->code_ == code && present[reused_].use_count() == 1) {
+      AssignText(present[reused_++]->value_, value);
+      return;
+    }
+    reusing_ = false;
+    DropFrom(labels_, reused_);
+  }
+  AssignText(labels_.Insert(code).value_, value);
 }
 
 }  // namespace qel

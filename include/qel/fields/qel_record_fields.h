@@ -106,6 +106,8 @@ class QEL_EXPORT QelRecordFields final : public Object {
   int32_t length_ = 0;
   FieldList fields_;
   std::shared_ptr<const NameIndex> index_;
+  // The Change handlers of the fields, shared with the groups' ListFields; null while empty.
+  std::shared_ptr<const int64_t> listeners_;
 };
 
 }  // namespace qel

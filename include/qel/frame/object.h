@@ -42,11 +42,13 @@ class Event {
   // A raise under way skips the handlers that have not run yet.
   ~Event() {
     for (const auto& entry : handlers_) entry->connected = false;
+    Tally(-static_cast<int64_t>(handlers_.size()));
   }
 
   // Returns a handle for Disconnect; never 0.
   uint64_t Connect(Handler h) {
     handlers_.push_back(std::make_shared<Entry>(++last_id_, std::move(h)));
+    Tally(1);
     return last_id_;
   }
   bool Disconnect(uint64_t handle) {
@@ -54,6 +56,7 @@ class Event {
       if ((*it)->id == handle) {
         (*it)->connected = false;
         handlers_.erase(it);
+        Tally(-1);
         return true;
       }
     }
@@ -78,8 +81,16 @@ class Event {
     bool connected = true;
   };
 
+  friend class EventInternal;
+  void Tally(int64_t change) {
+    if (tally_) *tally_ += change;
+  }
+
   std::vector<std::shared_ptr<Entry>> handlers_;
   uint64_t last_id_ = 0;
+  // Where the library counts the handlers of a group of events it asks about as one; null
+  // for most events.
+  std::shared_ptr<int64_t> tally_;
 };
 
 class QEL_EXPORT Object : public std::enable_shared_from_this<Object> {
