@@ -12,6 +12,7 @@
 #include "fields/sign_mark.h"
 #include "fields/qel_record_field_internal.h"
 #include "frame/char_class.h"
+#include "frame/unit_scan.h"
 #include "qel/fields/rut.h"
 #include "qel/frame/convert.h"
 #include "qel/frame/date.h"
@@ -46,13 +47,12 @@ constexpr std::array<uint128, 29> kPow10 = MakePowersOfTen();
 constexpr char16_t kLinkSeparators[] = {28, 29};
 
 void RefuseLinkSeparators(TextView text, TextView field_name) {
-  for (const char16_t c : text) {
-    if (c == kLinkSeparators[0] || c == kLinkSeparators[1]) {
-      RaiseError(E_INVALIDARG, u"LinkSeparator",
-                 u"El valor del campo '%1' contiene el carácter %2, que separa las partes del "
-                 u"registro",
-                 {Variant(field_name), Variant(static_cast<int32_t>(c))});
-    }
+  const size_t at = internal::FindEitherUnit(text, kLinkSeparators[0], kLinkSeparators[1]);
+  if (at != TextView::npos) {
+    RaiseError(E_INVALIDARG, u"LinkSeparator",
+               u"El valor del campo '%1' contiene el carácter %2, que separa las partes del "
+               u"registro",
+               {Variant(field_name), Variant(static_cast<int32_t>(text[at]))});
   }
 }
 
