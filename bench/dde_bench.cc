@@ -200,15 +200,21 @@ GVariant* Call(GDBusConnection* c, const char* dest, const char* path, const cha
   return r;
 }
 
+// Opens a conversation on the service's "Precios" topic and returns its number.
+uint32_t OpenConversation(GDBusConnection* c, const std::string& name) {
+  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
+                          "Connect", g_variant_new("(s)", "Precios"));
+  uint32_t conv = 0;
+  g_variant_get(opened, "(u)", &conv);
+  g_variant_unref(opened);
+  return conv;
+}
+
 void BM_DbusRequest(benchmark::State& state) {
   Env();
   GDBusConnection* c = Connect();
   const std::string name = qel::DdeBusName(u"Bench");
-  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Connect",
-                          g_variant_new("(s)", "Precios"));
-  uint32_t conv = 0;
-  g_variant_get(opened, "(u)", &conv);
-  g_variant_unref(opened);
+  const uint32_t conv = OpenConversation(c, name);
   for (auto _ : state) {
     g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Request",
                          g_variant_new("(us)", conv, "Pan")));
@@ -232,11 +238,7 @@ void BM_DbusVsBare(benchmark::State& state) {
   Env();
   GDBusConnection* c = Connect();
   const std::string name = qel::DdeBusName(u"Bench");
-  GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface, "Connect",
-                          g_variant_new("(s)", "Precios"));
-  uint32_t conv = 0;
-  g_variant_get(opened, "(u)", &conv);
-  g_variant_unref(opened);
+  const uint32_t conv = OpenConversation(c, name);
   int64_t request_us = 0, bare_us = 0;
   for (auto _ : state) {
     const int64_t t0 = g_get_monotonic_time();
@@ -309,11 +311,7 @@ void BM_AdviseFanOut(benchmark::State& state) {
   for (int64_t i = 0; i < state.range(0); ++i) {
     GDBusConnection* c =
         peers.Add(name.c_str(), qel::kDdeBusInterface, "Advise", qel::kDdeBusObjectPath);
-    GVariant* opened = Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
-                            "Connect", g_variant_new("(s)", "Precios"));
-    uint32_t conv = 0;
-    g_variant_get(opened, "(u)", &conv);
-    g_variant_unref(opened);
+    const uint32_t conv = OpenConversation(c, name);
     g_variant_unref(Call(c, name.c_str(), qel::kDdeBusObjectPath, qel::kDdeBusInterface,
                          "StartAdvise", g_variant_new("(us)", conv, "Pan")));
   }
